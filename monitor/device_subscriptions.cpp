@@ -1,0 +1,35 @@
+#include "monitor/device_subscriptions.hpp"
+
+#include "monitor/match_rules.hpp"
+#include "monitor/signal_handlers.hpp"
+#include "shell/service_contract.hpp"
+
+#include <iostream>
+#include <iterator>
+#include <utility>
+
+std::map<std::string, std::vector<sdbusplus::bus::match_t>> device_subscriptions;
+
+void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid)
+{
+    std::cout << "subscribing to signals" << std::endl;
+    std::vector<sdbusplus::bus::match_t> matches;
+    const auto subscribe = [&](const char* member, const char* interface, SignalHandler handler)
+    {
+        matches.emplace_back(bus, match_rules::signal(member, object_path_entry(eid), interface),
+                             handler);
+    };
+    subscribe(ServiceContract::DEVICE_ERROR, ServiceContract::DEVICE_INTERFACE,
+              handle_device_error);
+    subscribe(ServiceContract::CERTIFICATE_PROGRESS, ServiceContract::DEVICE_INTERFACE,
+              handle_certificate_progress);
+    subscribe(ServiceContract::PROPERTIES_CHANGED, ServiceContract::PROPERTIES_INTERFACE,
+              handle_properties_changed);
+    auto& subscriptions = device_subscriptions[object_path_entry(eid)];
+    std::move(matches.begin(), matches.end(), std::back_inserter(subscriptions));
+}
+
+void drop_device_subscriptions(const std::string& path)
+{
+    device_subscriptions.erase(path);
+}

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+/// Decodes Base64 text up to the first "=" or other character that is not one of the alphabet's;
+/// whatever follows is ignored. A last group of 2 or 3 characters gives 1 or 2 bytes, a single
+/// left-over character none. Never fails.
+std::vector<std::uint8_t> decode_base64(std::string_view text);

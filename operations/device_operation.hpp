@@ -1,0 +1,33 @@
+#pragma once
+
+#include "shell/discovery.hpp"
+
+#include <exception>
+#include <iostream>
+#include <string>
+
+/// Verdicts of a device operation.
+constexpr int success = 0;
+constexpr int failure = 1;
+
+/// Runs `operation` with the object path of the device `eid` and returns its verdict. An unknown
+/// device, or any standard exception out of `operation`, is told on the console (the latter by the
+/// line `complaint`) and is a failure.
+template <typename Operation>
+int run_device_operation(Eid eid, const char* complaint, Operation operation)
+{
+    const auto* path = resolve_object_path(eid);
+    if (path == nullptr)
+    {
+        return failure;
+    }
+    try
+    {
+        return operation(*path);
+    }
+    catch (const std::exception&)
+    {
+        std::cout << complaint << std::endl;
+        return failure;
+    }
+}

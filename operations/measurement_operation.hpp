@@ -1,0 +1,39 @@
+#pragma once
+
+#include "operations/device_operation.hpp"
+
+#include <sdbusplus/exception.hpp>
+
+/// What the two measurement operations print when they fail.
+struct MeasurementComplaints
+{
+    const char* bus_error;
+    /// The last of the likely reasons for a bus error.
+    const char* unsupported;
+    const char* generic_error;
+};
+
+/// Prints the likely reasons for a bus error that all who explain one share.
+void print_bus_error_details();
+
+/// As `run_device_operation`, but bus errors are told apart from other standard exceptions, and with
+/// their likely reasons.
+template <typename Operation>
+int run_measurement_operation(Eid eid, const MeasurementComplaints& complaints, Operation operation)
+{
+    return run_device_operation(eid, complaints.generic_error,
+                                [&](const std::string& path)
+                                {
+                                    try
+                                    {
+                                        return operation(path);
+                                    }
+                                    catch (const sdbusplus::exception::exception&)
+                                    {
+                                        std::cout << complaints.bus_error << std::endl;
+                                        print_bus_error_details();
+                                        std::cout << complaints.unsupported << std::endl;
+                                        return failure;
+                                    }
+                                });
+}

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// The 8 hexadecimal digits of `value`, leading zeros kept.
+std::string hex_digits(std::uint32_t value, bool lowercase);
+
+/// The 64 hexadecimal digits of the first 8 values of the MT19937 generator seeded with `seed`.
+std::string nonce_of_seed(std::uint32_t seed, bool lowercase);
+
+/// A fresh 32-byte nonce as 64 hexadecimal digits; prints a line that shows it. `random_source` is
+/// the token of the standard random device that seeds it. Raises, before anything is printed, the
+/// standard library's exception when that cannot be opened or read.
+std::string generate_nonce(bool lowercase, const std::string& random_source = "default");

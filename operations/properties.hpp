@@ -1,0 +1,20 @@
+#pragma once
+
+#include "shell/discovery.hpp"
+#include "shell/property_map.hpp"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+/// Reads all properties of the device object at `path` in one call. Returns the microseconds that
+/// the exchange took. Raises `sdbusplus::exception::SdBusError`.
+std::int64_t read_properties(const std::string& path, PropertyMap& properties);
+
+/// Prints the device's 27 properties in their order, one a line. A property that is absent counts
+/// as an empty text and is entered as such; one of another type than expected raises
+/// `std::bad_variant_access` when its label has been printed. Leaves `out` printing bools as words.
+void print_properties(std::ostream& out, PropertyMap& properties);
+
+/// Prints the property report of a device. Returns 0 when all of it was printed, 1 otherwise.
+int show_properties(Eid eid);

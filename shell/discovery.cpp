@@ -1,0 +1,220 @@
+#include "shell/discovery.hpp"
+
+#include "shell/method_call.hpp"
+#include "shell/property_map.hpp"
+#include "shell/service_contract.hpp"
+
+#include <algorithm>
+#include <iomanip>
+#include <iostream>
+#include <utility>
+#include <variant>
+#include <vector>
+
+std::map<Eid, std::string> discovered_objects;
+
+namespace
+{
+
+/// A map to the binding, which hands it every entry it has read; keeps none. Building maps of
+/// 10,000 objects' properties only to drop them would double the time of discovery.
+template <typename Key, typename Mapped>
+struct DiscardedMap
+{
+    using key_type = Key;
+    using mapped_type = Mapped;
+    using value_type = std::pair<const Key, Mapped>;
+
+    template <typename Entry>
+    void emplace(Entry&&)
+    {
+    }
+};
+
+/// A map to the binding; keeps the object paths alone.
+struct ObjectPaths
+{
+    using key_type = sdbusplus::message::object_path;
+    using mapped_type = DiscardedMap<std::string, DiscardedMap<std::string, PropertyValue>>;
+    using value_type = std::pair<const key_type, mapped_type>;
+
+    void emplace(std::pair<key_type, mapped_type>&& object)
+    {
+        paths.push_back(std::move(object.first.str));
+    }
+
+    std::vector<std::string> paths;
+};
+
+/// The object paths below `root_path` in the order of their texts.
+std::vector<std::string> read_object_paths(const std::string& root_path)
+{
+    MethodCall call{root_path, ServiceContract::OBJECT_MANAGER_INTERFACE,
+                    ServiceContract::GET_MANAGED_OBJECTS};
+    ObjectPaths objects;
+    call.exchange(objects);
+    std::sort(objects.paths.begin(), objects.paths.end());
+    return std::move(objects.paths);
+}
+
+/// A device's property, which must hold a `Value`. The bool stands first because a content that is
+/// none of the alternatives reads as the first one: taking the `Value` then fails as it should.
+template <typename Value>
+Value read_property(const std::string& path, const char* name)
+{
+    MethodCall call{path, ServiceContract::PROPERTIES_INTERFACE, ServiceContract::GET};
+    call.append(ServiceContract::DEVICE_INTERFACE, name);
+    std::variant<bool, Value> value;
+    call.exchange(value);
+    return std::get<Value>(value);
+}
+
+} // namespace
+
+std::optional<Eid> eid_from_path(const std::string& path)
+{
+    const auto slash = path.rfind('/');
+    if (slash == std::string::npos)
+    {
+        return std::nullopt;
+    }
+    const auto digit = path.find_first_of("0123456789", slash + 1);
+    if (digit == std::string::npos)
+    {
+        return std::nullopt;
+    }
+    return static_cast<Eid>(std::stoi(path.substr(digit)));
+}
+
+void enter_device(Eid eid, const std::string& path)
+{
+    discovered_objects[eid] = path;
+}
+
+bool erase_device(const std::string& path)
+{
+    const auto device = std::find_if(discovered_objects.begin(), discovered_objects.end(),
+                                     [&path](const auto& known) { return known.second == path; });
+    if (device == discovered_objects.end())
+    {
+        return false;
+    }
+    discovered_objects.erase(device);
+    return true;
+}
+
+const std::string& object_path_entry(Eid eid)
+{
+    return discovered_objects[eid];
+}
+
+const std::string* find_object_path(Eid eid)
+{
+    const auto device = discovered_objects.find(eid);
+    return device == discovered_objects.end() ? nullptr : &device->second;
+}
+
+const std::string* resolve_object_path(Eid eid)
+{
+    const auto* path = find_object_path(eid);
+    if (path == nullptr)
+    {
+        std::cout << "Object name not found." << std::endl;
+    }
+    return path;
+}
+
+int discover_devices(const std::string& root_path)
+try
+{
+    for (const auto& path : read_object_paths(root_path))
+    {
+        if (const auto eid = eid_from_path(path))
+        {
+            enter_device(*eid, path);
+        }
+    }
+    return 0;
+}
+catch (const std::exception&)
+{
+    std::cout << "ERROR: Failed to retrieve SPDM objects. Check D-Bus service availability."
+              << std::endl;
+    return -1;
+}
+
+int list_objects()
+{
+    if (discovered_objects.empty())
+    {
+        std::cout << "No objects found" << std::endl;
+        return -1;
+    }
+    int number = 1;
+    for (const auto& [eid, path] : discovered_objects)
+    {
+        std::cout << number++ << ": " << path << std::endl;
+    }
+    std::cout << "\n";
+    return 0;
+}
+
+int read_device_identity(Eid eid, std::string& xmid_out, Eid& eid_out)
+{
+    const auto* path = find_object_path(eid);
+    if (path == nullptr)
+    {
+        xmid_out.clear();
+        eid_out = 0;
+        return 0;
+    }
+    try
+    {
+        // Held so that both calls share one connection.
+        const auto bus = sdbusplus::bus::new_default_system();
+        xmid_out = read_property<std::string>(*path, "XMID");
+        eid_out = read_property<std::uint16_t>(*path, "DeviceEID");
+        return 1;
+    }
+    catch (const std::exception&)
+    {
+        xmid_out = "N/A";
+        eid_out = eid;
+        return 0;
+    }
+}
+
+std::vector<Eid> print_device_table(EidColumn column)
+{
+    std::cout << "\nDiscovered SPDM Devices:" << std::endl;
+    std::cout << "Index | EID  | XMID            | D-Bus Path" << std::endl;
+    std::cout << "------|------|-----------------|------------------------------------------"
+              << std::endl;
+    std::vector<Eid> eids;
+    for (const auto& [eid, path] : discovered_objects)
+    {
+        std::string xmid;
+        Eid eid_of_device = 0;
+        read_device_identity(eid, xmid, eid_of_device);
+        std::cout << std::setw(5) << eids.size() << " | " << std::setw(4)
+                  << (column == EidColumn::of_device ? eid_of_device : eid) << " | "
+                  << std::setw(15) << xmid << " | " << path << std::endl;
+        eids.push_back(eid);
+    }
+    return eids;
+}
+
+void print_all_devices_row(std::size_t count)
+{
+    std::cout << std::setw(5) << count << " | " << std::setw(4) << "ALL"
+              << " | "
+              << "Run on all objects" << std::endl;
+}
+
+void print_device_head(std::size_t number, std::size_t count, Eid eid, std::size_t rule_width)
+{
+    const std::string rule(rule_width, '=');
+    std::cout << "\n" << rule << std::endl;
+    std::cout << "DEVICE " << number << "/" << count << ": EID " << eid << std::endl;
+    std::cout << rule << std::endl;
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+/// Endpoint identifier; the key that names a device everywhere.
+using Eid = std::uint16_t;
+
+/// The known devices' object paths by EID. Only the functions below write it: discovery before the
+/// first menu and, while the monitor runs, the monitor's handlers on their thread. The main thread
+/// does not touch it meanwhile, so there is no lock.
+extern std::map<Eid, std::string> discovered_objects;
+
+/// One entry of `discovered_objects`.
+using DeviceRecord = std::map<Eid, std::string>::value_type;
+
+/// The EID that an object path implies: the decimal number that starts at the first digit of its
+/// last element, truncated to 16 bits. None without a "/" or a digit there. Raises
+/// `std::out_of_range` ("stoi") for a number beyond the 32-bit signed range.
+std::optional<Eid> eid_from_path(const std::string& path);
+
+/// Enters a device, or replaces the path of the one known by this EID.
+void enter_device(Eid eid, const std::string& path);
+
+/// Forgets the first device, in EID order, that has this path. Returns whether there was one.
+bool erase_device(const std::string& path);
+
+/// The path known by this EID; an empty entry is created where there is none.
+const std::string& object_path_entry(Eid eid);
+
+/// The path known by this EID, null when there is none.
+const std::string* find_object_path(Eid eid);
+
+/// As `find_object_path`; says "Object name not found." when there is none.
+const std::string* resolve_object_path(Eid eid);
+
+/// Fills `discovered_objects` from the object tree below `root_path`. Returns 0, or -1 after
+/// printing its error line; devices entered before the failure stay.
+int discover_devices(const std::string& root_path);
+
+/// Prints the known object paths, numbered from 1. Returns -1 when there are none, 0 otherwise.
+int list_objects();
+
+/// Reads what the device says of itself. Returns 1 when both properties were read. Returns 0
+/// otherwise: with "N/A" and `eid` when the device could not be asked, with an empty text and 0 when
+/// `eid` is unknown.
+int read_device_identity(Eid eid, std::string& xmid_out, Eid& eid_out);
+
+/// Whose EID a row of the device table shows.
+enum class EidColumn
+{
+    of_path,
+    of_device,
+};
+
+/// Prints the device table, a row for each known device with its XMID, numbered from 0; texts are
+/// never cut. Returns the EIDs by which the devices are known, in the order of the rows.
+std::vector<Eid> print_device_table(EidColumn column);
+
+/// Prints the closing row of the device table, which offers all of `count` devices.
+void print_all_devices_row(std::size_t count);
+
+/// Prints the head over what is done on the `number`th of `count` devices, between rules of "=".
+void print_device_head(std::size_t number, std::size_t count, Eid eid, std::size_t rule_width);

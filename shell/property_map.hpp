@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <variant>
+
+/// A property's value. A value of any other D-Bus type reads as the empty string.
+using PropertyValue = std::variant<std::string, std::uint32_t, std::uint16_t, bool>;
+
+/// Property values by name, as read from an a{sv}.
+using PropertyMap = std::map<std::string, PropertyValue>;

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+
+/// The service's status vocabularies: filled before main runs, never changed afterwards, so any
+/// thread may read them.
+
+/// State of a device's challenge and certificate (codes 0..4).
+extern const std::map<std::int32_t, std::string> ChallengeStatusText;
+
+/// Outcome of a certificate request (codes 0..1).
+extern const std::map<std::uint16_t, std::string> ResultText;
+
+/// Status codes of the service's methods (codes 0..20).
+extern const std::map<std::int32_t, std::string> OperationStatus;
+
+/// The 64 digits of standard Base64, in the order of their values.
+extern const std::string base64_alphabet;
+
+/// The `OperationStatus` text of `code`, "Unknown Status" for a code that it lacks.
+std::string status_text(std::int32_t code);
+
+/// The text of `code` in `vocabulary`, null when the vocabulary lacks it.
+template <typename Key>
+const std::string* find_text(const std::map<Key, std::string>& vocabulary, std::uint32_t code)
+{
+    if (!std::in_range<Key>(code))
+    {
+        return nullptr;
+    }
+    const auto entry = vocabulary.find(static_cast<Key>(code));
+    return entry == vocabulary.end() ? nullptr : &entry->second;
+}
+
+/// Prints the advice that `code` calls for, if any. Returns 1 when the operation counts as
+/// successful (0, and 18 in spite of its warning), 0 otherwise.
+int status_advice(std::uint32_t code);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "simulator/answer.hpp"
+
+#include <fstream>
+#include <string>
+
+namespace simulator
+{
+
+/// "MEMBER INTERFACE PATH SIGNATURE VALUES": the values in JSON notation, separated by blanks; "-" for
+/// an interface or a signature that is empty.
+std::string call_line(const Call& call);
+
+/// Appends a line for each call to a file.
+class CallLog
+{
+  public:
+    /// Logs nothing when `file` is empty. Throws std::system_error when it cannot be opened.
+    explicit CallLog(const std::string& file);
+
+    void write(const Call& call);
+
+  private:
+    std::ofstream stream;
+};
+
+} // namespace simulator

@@ -1,0 +1,238 @@
+#include "simulator/command_line.hpp"
+
+#include "simulator/json_value.hpp"
+#include "simulator/presets.hpp"
+#include "simulator/signals.hpp"
+
+#include <systemd/sd-bus.h>
+
+#include <algorithm>
+#include <limits>
+#include <sstream>
+#include <stdexcept>
+
+namespace simulator
+{
+
+namespace
+{
+
+constexpr std::uint64_t most_signals = 1'000'000'000;
+
+/// What is left of a line while it is read from left to right.
+class Arguments
+{
+  public:
+    explicit Arguments(const std::string& line) : stream(line) {}
+
+    bool at_end()
+    {
+        stream >> std::ws;
+        return stream.eof();
+    }
+
+    bool next_is(char first)
+    {
+        return !at_end() && stream.peek() == first;
+    }
+
+    std::string word(const std::string& name)
+    {
+        std::string text;
+        if (at_end() || !(stream >> text))
+        {
+            throw std::runtime_error(name + " is missing");
+        }
+        return text;
+    }
+
+    std::string path()
+    {
+        const std::string text = word("PATH");
+        if (!sd_bus_object_path_is_valid(text.c_str()))
+        {
+            throw std::runtime_error("\"" + text + "\" is no valid object path");
+        }
+        return text;
+    }
+
+    std::uint64_t number(std::uint64_t greatest)
+    {
+        const Json parsed = json("N");
+        return JsonPlace(parsed, "N").unsigned_number(greatest);
+    }
+
+    /// The next JSON value.
+    Json json(const std::string& name)
+    {
+        if (at_end())
+        {
+            throw std::runtime_error(name + " is missing");
+        }
+        try
+        {
+            Json value;
+            stream >> value;
+            return value;
+        }
+        catch (const Json::exception& error)
+        {
+            throw std::runtime_error(name + " is no JSON value");
+        }
+    }
+
+    /// A signature and one JSON value for each of its types, as [SIGNATURE, VALUE...].
+    Json typed_values()
+    {
+        Json all = Json::array();
+        all.push_back(word("SIGNATURE"));
+        while (!at_end())
+        {
+            all.push_back(json("VALUE"));
+        }
+        return all;
+    }
+
+    void end()
+    {
+        if (!at_end())
+        {
+            throw std::runtime_error("there is more than the command takes: " + word(""));
+        }
+    }
+
+  private:
+    std::istringstream stream;
+};
+
+using Folder = std::filesystem::path;
+
+Command parse_add(Arguments& arguments, const Folder& folder)
+{
+    if (arguments.next_is('{'))
+    {
+        const Json json = arguments.json("DEVICE");
+        return AddDevice{device_from_json(JsonPlace(json), folder)};
+    }
+    const std::string path = arguments.path();
+    const std::string preset =
+        arguments.at_end() ? std::string(default_preset(path)) : arguments.word("PRESET");
+    auto device = preset_device(preset, path);
+    if (!device)
+    {
+        throw std::runtime_error("\"" + preset + "\" is no preset: cpu, nic, halc or bare");
+    }
+    return AddDevice{*std::move(device)};
+}
+
+Command parse_remove(Arguments& arguments, const Folder&)
+{
+    return RemoveDevice{arguments.path()};
+}
+
+Command parse_set(Arguments& arguments, const Folder&)
+{
+    const std::string path = arguments.path();
+    const std::string property = arguments.word("PROPERTY");
+    const Json value = arguments.typed_values();
+    return SetProperty{path, property, typed_value_from_json(JsonPlace(value, "value"))};
+}
+
+Command parse_signal(Arguments& arguments, const Folder&)
+{
+    Signal signal{arguments.path(), arguments.word("INTERFACE"), arguments.word("MEMBER"), {}};
+    if (!sd_bus_interface_name_is_valid(signal.interface.c_str()) ||
+        !sd_bus_member_name_is_valid(signal.member.c_str()))
+    {
+        throw std::runtime_error(signal.interface + " " + signal.member +
+                                 " is no valid interface and member");
+    }
+    if (!arguments.at_end())
+    {
+        const Json body = arguments.typed_values();
+        signal.arguments = body_from_json(JsonPlace(body, "values"));
+    }
+    return signal;
+}
+
+template <typename Integer>
+Integer number(Arguments& arguments)
+{
+    return static_cast<Integer>(arguments.number(std::numeric_limits<Integer>::max()));
+}
+
+Command parse_error(Arguments& arguments, const Folder&)
+{
+    const std::string path = arguments.path();
+    return device_error(path, number<std::uint16_t>(arguments));
+}
+
+Command parse_progress(Arguments& arguments, const Folder&)
+{
+    const std::string path = arguments.path();
+    return certificate_progress(path, number<std::uint8_t>(arguments));
+}
+
+Command parse_info(Arguments& arguments, const Folder&)
+{
+    return information(number<std::uint16_t>(arguments));
+}
+
+Command parse_flood(Arguments& arguments, const Folder&)
+{
+    const std::string path = arguments.path();
+    return Flood{path, arguments.number(most_signals)};
+}
+
+template <typename Plain>
+Command parse_plain(Arguments&, const Folder&)
+{
+    return Plain{};
+}
+
+struct Row
+{
+    std::string_view name;
+    Command (*parse)(Arguments&, const Folder&);
+};
+
+constexpr Row rows[] = {
+    {"add", parse_add},
+    {"remove", parse_remove},
+    {"set", parse_set},
+    {"signal", parse_signal},
+    {"error", parse_error},
+    {"progress", parse_progress},
+    {"info", parse_info},
+    {"flood", parse_flood},
+    {"play", parse_plain<Play>},
+    {"drop", parse_plain<ReleaseName>},
+    {"own", parse_plain<OwnName>},
+    {"disconnect", parse_plain<LeaveNow>},
+    {"help", parse_plain<Help>},
+    {"quit", parse_plain<Quit>},
+};
+
+} // namespace
+
+const char* const command_help =
+    "add PATH [PRESET]; add DEVICE; remove PATH; set PATH PROPERTY SIGNATURE VALUE; "
+    "signal PATH INTERFACE MEMBER [SIGNATURE VALUE...]; error PATH CODE; progress PATH N; info N; "
+    "flood PATH N; play; drop; own; disconnect; help; quit";
+
+Command parse_command(const std::string& line, const std::filesystem::path& folder)
+{
+    Arguments arguments(line);
+    const std::string name = arguments.word("the command");
+    const auto row = std::find_if(std::begin(rows), std::end(rows),
+                                  [&](const Row& candidate) { return candidate.name == name; });
+    if (row == std::end(rows))
+    {
+        throw std::runtime_error("unknown command " + name + "; help lists the commands");
+    }
+    Command command = row->parse(arguments, folder);
+    arguments.end();
+    return command;
+}
+
+} // namespace simulator

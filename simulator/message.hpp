@@ -1,0 +1,29 @@
+#pragma once
+
+#include "simulator/answer.hpp"
+#include "simulator/value.hpp"
+
+#include <systemd/sd-bus.h>
+
+#include <memory>
+#include <span>
+
+namespace simulator
+{
+
+struct MessageRelease
+{
+    void operator()(sd_bus_message* message) const
+    {
+        sd_bus_message_unref(message);
+    }
+};
+
+/// Owns one reference to a message.
+using MessageHandle = std::unique_ptr<sd_bus_message, MessageRelease>;
+
+/// All of these throw BusFailure.
+void append_values(sd_bus_message* message, std::span<const Value> values);
+Call read_call(sd_bus_message* message);
+
+} // namespace simulator

@@ -1,0 +1,165 @@
+#pragma once
+
+#include <sdbusplus/detail/object_path.hpp>
+
+#include <concepts>
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace sdbusplus::detail
+{
+
+/// D-Bus type code of a basic type; NUL for any other.
+template <typename T>
+inline constexpr char basic_code = '\0';
+template <>
+inline constexpr char basic_code<bool> = 'b';
+template <>
+inline constexpr char basic_code<uint8_t> = 'y';
+template <>
+inline constexpr char basic_code<int16_t> = 'n';
+template <>
+inline constexpr char basic_code<uint16_t> = 'q';
+template <>
+inline constexpr char basic_code<int32_t> = 'i';
+template <>
+inline constexpr char basic_code<uint32_t> = 'u';
+template <>
+inline constexpr char basic_code<int64_t> = 'x';
+template <>
+inline constexpr char basic_code<uint64_t> = 't';
+template <>
+inline constexpr char basic_code<double> = 'd';
+template <>
+inline constexpr char basic_code<std::string> = 's';
+template <>
+inline constexpr char basic_code<const char*> = 's';
+template <>
+inline constexpr char basic_code<message::object_path> = 'o';
+
+template <typename T>
+concept Basic = basic_code<T>
+!= '\0';
+
+/// sd-bus transfers these in the C++ type's own representation; bool it transfers as an int.
+template <typename T>
+concept Number = Basic<T> && std::is_arithmetic_v<T> && !std::same_as<T, bool>;
+
+template <typename T>
+inline constexpr bool is_integer_vector = false;
+template <typename T, typename Allocator>
+inline constexpr bool is_integer_vector<std::vector<T, Allocator>> = Number<T>&& std::integral<T>;
+
+/// Arrays whose memory is the wire's own layout.
+template <typename T>
+concept IntegerVector = is_integer_vector<T>;
+
+/// Anything that takes dict entries: std::map, or a sink that keeps only what its owner wants.
+template <typename T>
+concept MapLike = requires(T& target,
+                           std::pair<typename T::key_type, typename T::mapped_type>& entry)
+{
+    target.emplace(std::move(entry));
+};
+
+/// Anything that takes elements one by one.
+template <typename T>
+concept SequenceLike = !MapLike<T> && requires(T & target, typename T::value_type& element)
+{
+    target.emplace_back(std::move(element));
+};
+
+/// A D-Bus signature as a type, so that joining signatures costs nothing at run time.
+template <char... Codes>
+struct Signature
+{
+    static constexpr char text[] = {Codes..., '\0'};
+};
+
+template <char... Left, char... Right>
+Signature<Left..., Right...> operator+(Signature<Left...>, Signature<Right...>);
+
+/// The signature of a C++ type. A type without a specialisation does not exist on the bus.
+template <typename T>
+struct SignatureOf;
+
+/// The signatures of several types, one behind the other.
+template <typename... Ts>
+using Joined = decltype((Signature<>{} + ... + typename SignatureOf<Ts>::type{}));
+
+/// What a container's signature has between its brackets: the form in which sd-bus wants it to enter or open one.
+template <typename T>
+struct ContentsOf;
+
+template <SequenceLike T>
+struct ContentsOf<T>
+{
+    using type = Joined<typename T::value_type>;
+};
+
+template <MapLike T>
+struct ContentsOf<T>
+{
+    using type = Joined<std::pair<typename T::key_type, typename T::mapped_type>>;
+};
+
+template <typename Key, typename Value>
+struct ContentsOf<std::pair<Key, Value>>
+{
+    using type = Joined<std::remove_const_t<Key>, Value>;
+};
+
+template <typename... Members>
+struct ContentsOf<std::tuple<Members...>>
+{
+    static_assert(sizeof...(Members) > 0, "D-Bus knows no empty structure");
+    using type = Joined<Members...>;
+};
+
+template <Basic T>
+struct SignatureOf<T>
+{
+    using type = Signature<basic_code<T>>;
+};
+
+template <typename T>
+requires SequenceLike<T> || MapLike<T>
+struct SignatureOf<T>
+{
+    using type = decltype(Signature<'a'>{} + typename ContentsOf<T>::type{});
+};
+
+template <typename Key, typename Value>
+struct SignatureOf<std::pair<Key, Value>>
+{
+    using type = decltype(Signature<'{'>{} + typename ContentsOf<std::pair<Key, Value>>::type{} +
+                          Signature<'}'>{});
+};
+
+template <typename... Members>
+struct SignatureOf<std::tuple<Members...>>
+{
+    using type = decltype(Signature<'('>{} + typename ContentsOf<std::tuple<Members...>>::type{} +
+                          Signature<')'>{});
+};
+
+template <typename... Alternatives>
+struct SignatureOf<std::variant<Alternatives...>>
+{
+    using type = Signature<'v'>;
+};
+
+/// Signature of T as a C string.
+template <typename T>
+inline constexpr const char* signature_text = SignatureOf<T>::type::text;
+
+/// Contents of the container T as a C string.
+template <typename T>
+inline constexpr const char* contents_text = ContentsOf<T>::type::text;
+
+} // namespace sdbusplus::detail

@@ -1,0 +1,211 @@
+#include "suites/measurement_categories.hpp"
+
+#include "operations/device_operation.hpp"
+#include "operations/nonce.hpp"
+#include "suites/measurement_test_cases.hpp"
+#include "suites/slot_discovery.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <thread>
+
+namespace
+{
+
+constexpr bool lowercase = true;
+constexpr bool uppercase = false;
+
+bool contains(const SlotList& slots, std::uint16_t slot)
+{
+    return std::find(slots.begin(), slots.end(), slot) != slots.end();
+}
+
+void print_slot_heading(std::uint16_t slot)
+{
+    std::cout << "\nTesting with supported slot " << slot << ":" << std::endl;
+}
+
+/// Runs `test` on every slot, each under its heading, and counts the successes.
+template <typename Test>
+void test_each_slot(const SlotList& slots, CategoryResult& result, Test test)
+{
+    for (const auto slot : slots)
+    {
+        print_slot_heading(slot);
+        result.count(test(slot) == success);
+    }
+}
+
+void print_summary(const CategoryResult& result)
+{
+    std::cout << "Passed: " << result.passed << "/" << result.total << " tests" << std::endl;
+    std::cout << "Success Rate: " << result.rate() << "%" << std::endl;
+}
+
+/// The lowest slot that the device does not support, 8 when it supports all.
+std::uint16_t find_unsupported_slot(Eid eid)
+{
+    const auto slots = get_supported_slots(eid);
+    for (std::uint16_t slot = 0; slot < 8; ++slot)
+    {
+        if (!contains(slots, slot))
+        {
+            std::cout << "ℹ INFO: Found unsupported slot for testing: " << slot << std::endl;
+            return slot;
+        }
+    }
+    std::cout << "ℹ INFO: All slots 0-7 are supported, using slot 8 for unsupported test"
+              << std::endl;
+    return 8;
+}
+
+} // namespace
+
+CategoryResult run_normal_measurement_tests(Eid eid)
+{
+    std::cout << "\n********** NORMAL MEASUREMENT TESTS **********" << std::endl;
+    const auto slots = get_supported_slots(eid);
+    if (slots.empty())
+    {
+        std::cout << "✗ ABORT: No supported slots found for measurement testing" << std::endl;
+        return {};
+    }
+    CategoryResult result;
+    std::cout << "\n=== Testing Single Measurements with Supported Slots ===" << std::endl;
+    for (const auto slot : slots)
+    {
+        for (const auto index : MeasurementIndices{1, 2})
+        {
+            print_slot_heading(slot);
+            result.count(test_single_index(eid, index, slot) == success);
+        }
+    }
+    std::cout << "\n=== Testing Multiple Measurements with Supported Slots ===" << std::endl;
+    test_each_slot(slots, result,
+                   [eid](auto slot) {
+                       return test_multiple_indices(eid, {1, 2, 3}, slot);
+                   });
+    std::cout << "\n=== Testing All Measurements with Supported Slots ===" << std::endl;
+    test_each_slot(slots, result, [eid](auto slot) { return test_all_measurements(eid, slot); });
+
+    std::cout << "\n=== NORMAL MEASUREMENT TEST SUMMARY ===" << std::endl;
+    print_summary(result);
+    return result;
+}
+
+CategoryResult run_signed_measurement_tests(Eid eid)
+{
+    std::cout << "\n********** SIGNED MEASUREMENT TESTS **********" << std::endl;
+    const auto slots = get_supported_slots(eid);
+    if (slots.empty())
+    {
+        std::cout << "✗ ABORT: No supported slots found for signed measurement testing"
+                  << std::endl;
+        return {};
+    }
+    CategoryResult result;
+    std::cout << "\n=== Testing Basic Signed Measurements with Empty Nonce ===" << std::endl;
+    test_each_slot(slots, result,
+                   [eid](auto slot) { return test_signed_measurement(eid, {1}, slot, ""); });
+    std::cout << "\n=== Testing Signed Measurements with 32-byte Random Nonce (Uppercase Hex) ==="
+              << std::endl;
+    test_each_slot(slots, result,
+                   [eid](auto slot)
+                   { return test_signed_measurement(eid, {1}, slot, generate_nonce(uppercase)); });
+    std::cout
+        << "\n=== Testing Multiple Indices Signed Measurements with 32-byte Random Nonce (Lowercase Hex) ==="
+        << std::endl;
+    test_each_slot(
+        slots, result,
+        [eid](auto slot) {
+            return test_signed_measurement(eid, {1, 2, 3}, slot, generate_nonce(lowercase));
+        });
+    std::cout << "\n=== Testing All Signed Measurements with 32-byte Random Nonce ===" << std::endl;
+    test_each_slot(slots, result,
+                   [eid](auto slot) {
+                       return test_signed_measurement(eid, {all_measurements}, slot,
+                                                      generate_nonce(uppercase));
+                   });
+
+    std::cout << "\n=== SIGNED MEASUREMENT TEST SUMMARY ===" << std::endl;
+    print_summary(result);
+    return result;
+}
+
+CategoryResult run_failure_tests(Eid eid)
+{
+    std::cout << "\n********** MEASUREMENT FAILURE TESTS **********" << std::endl;
+    const auto slots = get_supported_slots(eid);
+    const std::uint16_t valid_slot = slots.empty() ? 0 : slots.front();
+    const auto unsupported_slot = find_unsupported_slot(eid);
+
+    CategoryResult result;
+    std::cout << "\n=== Testing Invalid Measurement Indices ===" << std::endl;
+    for (const auto index : MeasurementIndices{256, 300, 999})
+    {
+        result.count(test_invalid_index(eid, index, valid_slot) != success);
+    }
+    std::cout << "\n=== Testing Invalid Slot IDs ===" << std::endl;
+    std::cout << "Testing with unsupported slot " << unsupported_slot << ":" << std::endl;
+    result.count(test_invalid_slot(eid, unsupported_slot) != success);
+    for (const auto slot : SlotList{8, 15, 255})
+    {
+        // Asked afresh for each slot: the repeated report belongs to the transcript.
+        if (contains(get_supported_slots(eid), slot))
+        {
+            std::cout << "ℹ INFO: Skipping slot " << slot << " as it is actually supported"
+                      << std::endl;
+            continue;
+        }
+        std::cout << "Testing with invalid slot " << slot << ":" << std::endl;
+        result.count(test_invalid_slot(eid, slot) != success);
+    }
+
+    std::cout << "\n=== MEASUREMENT FAILURE TEST SUMMARY ===" << std::endl;
+    std::cout << "Expected Failures: " << result.passed << "/" << result.total << " tests"
+              << std::endl;
+    std::cout << "Proper Error Handling Rate: " << result.rate() << "%" << std::endl;
+    return result;
+}
+
+CategoryResult run_stress_tests(Eid eid)
+{
+    constexpr std::chrono::milliseconds pause{100};
+
+    std::cout << "\n********** MEASUREMENT STRESS TESTS **********" << std::endl;
+    const auto slots = get_supported_slots(eid);
+    if (slots.empty())
+    {
+        std::cout << "✗ ABORT: No supported slots found for stress testing" << std::endl;
+        return {};
+    }
+    const auto stress_slot = slots.front();
+
+    CategoryResult result;
+    std::cout << "\n=== Rapid Successive Measurements Test ===" << std::endl;
+    for (int repetition = 0; repetition < 10; ++repetition)
+    {
+        result.count(test_single_index(eid, 1, stress_slot) == success);
+        std::this_thread::sleep_for(pause);
+    }
+    std::cout << "\n=== Alternating Measurement Types Test ===" << std::endl;
+    for (int repetition = 0; repetition < 5; ++repetition)
+    {
+        result.count(test_single_index(eid, 1, stress_slot) == success);
+        result.count(test_signed_measurement(eid, {1}, stress_slot, generate_nonce(uppercase)) ==
+                     success);
+    }
+    std::cout << "\n=== Different Supported Slot Stress Test ===" << std::endl;
+    for (const auto slot : slots)
+    {
+        for (const auto index : MeasurementIndices{1, 2, 3})
+        {
+            result.count(test_single_index(eid, index, slot) == success);
+        }
+    }
+
+    std::cout << "\n=== MEASUREMENT STRESS TEST SUMMARY ===" << std::endl;
+    print_summary(result);
+    return result;
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "shell/discovery.hpp"
+#include "suites/category_result.hpp"
+
+#include <map>
+#include <ostream>
+#include <string>
+
+/// What the categories counted, by name; the table lists them in this order.
+using CategoryResults = std::map<std::string, CategoryResult>;
+
+/// What a device says of itself; empty where it does not.
+struct DeviceDescriptor
+{
+    std::string xmid;
+    std::string description;
+};
+
+/// Prints the table with a grade for each category and overall, the execution details and the
+/// verdict. Column widths count bytes, so rows whose grades carry wider signs look narrower. Leaves
+/// the stream's format as it was.
+void print_results(std::ostream& out, Eid eid, const DeviceDescriptor& device,
+                   const CategoryResults& results);

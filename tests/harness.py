@@ -1,0 +1,242 @@
+"""A bus daemon, the simulator and the client as processes of a test, each stopped with it."""
+
+import os
+import pty
+import re
+import select
+import shlex
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+from pathlib import Path
+
+DEADLINE = float(os.environ.get("SPDM_TEST_DEADLINE", "60"))
+
+BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path={folder}/bus</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow receive_sender="*" eavesdrop="true"/>
+    <allow own="*"/>
+    {policy}
+  </policy>
+  <limit name="max_incoming_bytes">1000000000</limit>
+  <limit name="max_outgoing_bytes">1000000000</limit>
+  <limit name="max_message_size">134217728</limit>
+  <limit name="max_match_rules_per_connection">100000</limit>
+  <limit name="max_completed_connections">1000</limit>
+  {limits}
+</busconfig>
+"""
+
+
+def exe_wrapper():
+    """What runs the programs under test where they are built for another machine."""
+    return shlex.split(os.environ.get("MESON_EXE_WRAPPER", ""))
+
+
+def wait_until(condition, what, deadline=None):
+    """Polls `condition` until it holds; fails with `what` at the deadline."""
+    end = time.monotonic() + (deadline or DEADLINE)
+    while not condition():
+        if time.monotonic() > end:
+            raise AssertionError(f"waited in vain for {what}")
+        time.sleep(0.005)
+
+
+class Process:
+    """A child with pipes, or a terminal, for its streams. Its output is read as it comes."""
+
+    def __init__(self, command, env=None, terminal=False, wrapper=None):
+        streams = {}
+        if terminal:
+            self.input, slave = pty.openpty()
+            self.output = self.input
+            streams = {"stdin": slave, "stdout": slave, "stderr": slave}
+        else:
+            stdin, self.input = os.pipe()
+            self.output, stdout = os.pipe()
+            self.errors = tempfile.TemporaryFile()
+            streams = {"stdin": stdin, "stdout": stdout, "stderr": self.errors}
+        self.terminal = terminal
+        self.child = subprocess.Popen(
+            (exe_wrapper() if wrapper is None else wrapper) + [str(part) for part in command],
+            env=dict(os.environ, **(env or {})),
+            **streams,
+            start_new_session=True,
+        )
+        for descriptor in {value for value in streams.values() if isinstance(value, int)}:
+            os.close(descriptor)
+        self.seen = ""
+        self.pending = b""
+        self.ended = False
+
+    @property
+    def pid(self):
+        return self.child.pid
+
+    def write(self, text):
+        os.write(self.input, text.encode() if isinstance(text, str) else text)
+
+    def close_input(self):
+        if self.input is not None and not self.terminal:
+            os.close(self.input)
+            self.input = None
+
+    def read_some(self, timeout):
+        """Takes what output there is within `timeout` seconds into `seen`."""
+        if self.ended or not select.select([self.output], [], [], timeout)[0]:
+            return
+        try:
+            data = os.read(self.output, 1 << 16)
+        except OSError:  # a terminal whose other side is gone
+            data = b""
+        self.ended = not data
+        self.pending += data
+        text, self.pending = split_utf8(self.pending)
+        self.seen += text
+
+    def wait_for(self, text, start=0, deadline=None):
+        """Reads until `text` stands in the output behind `start`; returns the place behind it."""
+        end = time.monotonic() + (deadline or DEADLINE)
+        while True:
+            place = self.seen.find(text, start)
+            if place >= 0:
+                return place + len(text)
+            if self.ended or time.monotonic() > end:
+                raise AssertionError(f"waited in vain for {text!r}; output so far:\n{self.seen}")
+            self.read_some(0.2)
+
+    def read_to_end(self, deadline=None):
+        end = time.monotonic() + (deadline or DEADLINE)
+        while not self.ended:
+            if time.monotonic() > end:
+                raise AssertionError(f"no end of output; so far:\n{self.seen[-4000:]}")
+            self.read_some(0.2)
+        return self.seen
+
+    def read_lines(self, count, deadline=None):
+        """The first `count` lines of the output, of a process that may never end."""
+        end = time.monotonic() + (deadline or DEADLINE)
+        while self.seen.count("\n") < count and not self.ended:
+            if time.monotonic() > end:
+                raise AssertionError(f"fewer than {count} lines; so far:\n{self.seen}")
+            self.read_some(0.2)
+        return "".join(self.seen.splitlines(keepends=True)[:count])
+
+    def wait(self, deadline=None):
+        """The exit status; negative for a signal."""
+        return self.child.wait(deadline or DEADLINE)
+
+    def running(self):
+        return self.child.poll() is None
+
+    def stderr(self):
+        self.errors.seek(0)
+        return self.errors.read().decode(errors="replace")
+
+    def stop(self):
+        if self.running():
+            try:
+                os.killpg(self.child.pid, signal.SIGKILL)
+            except ProcessLookupError:
+                pass
+            self.child.wait()
+        for descriptor in {self.input, self.output} - {None}:
+            os.close(descriptor)
+        self.input = self.output = None
+        if not self.terminal:
+            self.errors.close()
+
+
+def split_utf8(data):
+    """The text of `data` and the bytes of a character that is not complete yet."""
+    for kept in range(min(3, len(data)) + 1):
+        try:
+            return data[: len(data) - kept].decode(), data[len(data) - kept :]
+        except UnicodeDecodeError:
+            continue
+    return data.decode(errors="replace"), b""
+
+
+class Bench:
+    """A private bus with what a test starts on it. Use it in a `with` statement."""
+
+    def __init__(self, client, simulator, policy="", bus=True, limits=""):
+        self.client_program = client
+        self.simulator_program = simulator
+        self.folder = Path(tempfile.mkdtemp(prefix="spdm-test-"))
+        self.address = f"unix:path={self.folder}/bus"
+        self.policy = policy
+        self.limits = limits
+        self.processes = []
+        self.daemon = None
+        self.log = self.folder / "calls.log"
+        if bus:
+            self.start_bus()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        for process in reversed(self.processes):
+            process.stop()
+        shutil.rmtree(self.folder)
+
+    def start(self, command, **options):
+        env = dict(options.pop("env", {}), DBUS_SYSTEM_BUS_ADDRESS=self.address)
+        process = Process(command, env=env, **options)
+        self.processes.append(process)
+        return process
+
+    def start_bus(self):
+        config = self.folder / "bus.conf"
+        config.write_text(BUS_CONFIG.format(folder=self.folder, policy=self.policy, limits=self.limits))
+        self.daemon = self.start(
+            ["dbus-daemon", f"--config-file={config}", "--nofork", "--print-address"], wrapper=[]
+        )
+        self.daemon.wait_for("\n")
+
+    def stop_bus(self):
+        # Unlinked first: a dying daemon's socket still takes connections.
+        (self.folder / "bus").unlink()
+        self.daemon.child.kill()
+        self.daemon.wait()
+
+    def start_simulator(self, fleet):
+        simulator = self.start([self.simulator_program, "--log", self.log, fleet])
+        try:
+            simulator.wait_for("ready\n")
+        except AssertionError:
+            raise AssertionError(f"the simulator did not start: {simulator.stderr()}") from None
+        simulator.replies = len(simulator.seen)
+        return simulator
+
+    def start_client(self, **options):
+        return self.start([self.client_program], **options)
+
+    def calls(self):
+        """The calls that the simulator has logged, a line each."""
+        return self.log.read_text() if self.log.exists() else ""
+
+
+def command(simulator, text):
+    """Gives the simulator a command and waits until it is carried out."""
+    simulator.write(text + "\n")
+    end = simulator.wait_for("\n", simulator.replies)
+    reply = simulator.seen[simulator.replies : end].strip()
+    simulator.replies = end
+    assert reply == "ok", f"{text}: {reply}"
+
+
+def mask(text):
+    """What differs from run to run, replaced: microseconds and nonces (by the case they are in)."""
+    text = re.sub(r"(Time taken ?\([Ii]n us\): )-?\d+", r"\1<us>", text)
+    text = re.sub(r"(?<![0-9A-Za-z])[0-9A-F]{64}(?![0-9A-Za-z])", "<NONCE>", text)
+    return re.sub(r"(?<![0-9A-Za-z])[0-9a-f]{64}(?![0-9A-Za-z])", "<nonce>", text)

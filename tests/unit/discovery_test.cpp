@@ -1,0 +1,140 @@
+#include "shell/discovery.hpp"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+namespace
+{
+
+class Discovery : public testing::Test
+{
+  protected:
+    ~Discovery() override
+    {
+        while (!discovered_objects.empty())
+        {
+            erase_device(std::string{discovered_objects.begin()->second});
+        }
+    }
+};
+
+struct PathCase
+{
+    std::string name;
+    std::string path;
+    std::optional<Eid> eid;
+};
+
+std::ostream& operator<<(std::ostream& out, const PathCase& path)
+{
+    return out << path.path;
+}
+
+class EidFromPath : public testing::TestWithParam<PathCase>
+{
+};
+
+TEST_P(EidFromPath, IsTheNumberInTheLastElement)
+{
+    EXPECT_EQ(eid_from_path(GetParam().path), GetParam().eid);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, EidFromPath,
+    testing::Values(PathCase{"Underscore", "/com/varn/bmc/spdm/spdm/cpu/device_7", 7},
+                    PathCase{"NoUnderscore", "/com/varn/bmc/spdm/spdm/cpu/cpu7", 7},
+                    PathCase{"NumberAlone", "/12", 12}, PathCase{"LeadingZeros", "/dev/x007", 7},
+                    PathCase{"TrailingText", "/com/dev12a", 12},
+                    PathCase{"FirstNumberCounts", "/com/dev12_34", 12},
+                    PathCase{"MinusIsNoPartOfIt", "/com/dev-5", 5},
+                    PathCase{"NoDigit", "/com/varn/bmc/spdm/spdm/nic", std::nullopt},
+                    PathCase{"DigitsOnlyBefore", "/cpu1/socket", std::nullopt},
+                    PathCase{"EmptyTail", "/com/dev12/", std::nullopt},
+                    PathCase{"NoSlash", "device_7", std::nullopt},
+                    PathCase{"Empty", "", std::nullopt},
+                    PathCase{"Greatest16Bit", "/x65535", 65535},
+                    PathCase{"Truncated", "/x70000", 4464},
+                    PathCase{"TruncatedToZero", "/x65536", 0},
+                    PathCase{"Greatest32Bit", "/x2147483647", 65535}),
+    [](const auto& info) { return info.param.name; });
+
+TEST(EidFromPathRange, BeyondTheSigned32BitsIsAnError)
+{
+    for (const auto* path : {"/x2147483648", "/x99999999999999999999"})
+    {
+        try
+        {
+            eid_from_path(path);
+            ADD_FAILURE() << path << " was taken";
+        }
+        catch (const std::out_of_range& error)
+        {
+            EXPECT_STREQ(error.what(), "stoi");
+        }
+    }
+}
+
+TEST_F(Discovery, ALaterPathReplacesAnEarlierOne)
+{
+    enter_device(7, "/a/cpu7");
+    enter_device(7, "/a/device_7");
+    ASSERT_EQ(discovered_objects.size(), 1U);
+    EXPECT_EQ(*find_object_path(7), "/a/device_7");
+}
+
+TEST_F(Discovery, AnUnknownEidHasNoPathAndIsSaid)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(find_object_path(9), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(resolve_object_path(9), nullptr);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_TRUE(discovered_objects.empty());
+}
+
+TEST_F(Discovery, AnEntryIsCreatedWhereItIsAskedFor)
+{
+    EXPECT_EQ(object_path_entry(0), "");
+    EXPECT_EQ(discovered_objects.size(), 1U);
+}
+
+TEST_F(Discovery, OnlyTheFirstDeviceOfAPathIsErased)
+{
+    enter_device(3, "/a/b");
+    enter_device(1, "/a/b");
+    enter_device(2, "/a/c");
+    EXPECT_TRUE(erase_device("/a/b"));
+    EXPECT_EQ(find_object_path(1), nullptr);
+    EXPECT_NE(find_object_path(3), nullptr);
+    EXPECT_FALSE(erase_device("/a/d"));
+    EXPECT_EQ(discovered_objects.size(), 2U);
+}
+
+TEST_F(Discovery, TheListCountsFromOneInTheOrderOfTheEids)
+{
+    enter_device(30, "/a/x30");
+    enter_device(4, "/a/x4");
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(list_objects(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "1: /a/x4\n2: /a/x30\n\n");
+}
+
+TEST_F(Discovery, TheEmptyListIsSaid)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(list_objects(), -1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "No objects found\n");
+}
+
+TEST_F(Discovery, AnUnknownDeviceHasAnEmptyIdentity)
+{
+    std::string xmid = "before";
+    Eid eid = 5;
+    EXPECT_EQ(read_device_identity(77, xmid, eid), 0);
+    EXPECT_EQ(xmid, "");
+    EXPECT_EQ(eid, 0);
+}
+
+} // namespace

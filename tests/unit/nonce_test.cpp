@@ -1,0 +1,72 @@
+#include "operations/nonce.hpp"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <stdexcept>
+
+namespace
+{
+
+std::string generate(bool lowercase, std::string& printed)
+{
+    testing::internal::CaptureStdout();
+    auto nonce = generate_nonce(lowercase);
+    printed = testing::internal::GetCapturedStdout();
+    return nonce;
+}
+
+TEST(HexDigits, KeepLeadingZeros)
+{
+    EXPECT_EQ(hex_digits(0x1A, true), "0000001a");
+    EXPECT_EQ(hex_digits(0x1A, false), "0000001A");
+    EXPECT_EQ(hex_digits(0, true), "00000000");
+    EXPECT_EQ(hex_digits(0xFFFFFFFF, false), "FFFFFFFF");
+}
+
+/// The first values of MT19937 for its usual seed, as published with the generator.
+TEST(Nonce, TakesTheGeneratorsValuesInTheirOrder)
+{
+    EXPECT_EQ(nonce_of_seed(5489, false),
+              "D091BB5C22AE9EF6E7E1FAEED5C31F792082352CF807B7DFE9D300053895AFE1");
+    EXPECT_EQ(nonce_of_seed(5489, true),
+              "d091bb5c22ae9ef6e7e1faeed5c31f792082352cf807b7dfe9d300053895afe1");
+}
+
+TEST(Nonce, InLowerCase)
+{
+    std::string printed;
+    const auto nonce = generate(true, printed);
+    EXPECT_EQ(nonce.size(), 64U);
+    EXPECT_EQ(nonce.find_first_not_of("0123456789abcdef"), std::string::npos) << nonce;
+    EXPECT_EQ(printed, "ℹ INFO: Generated 32-byte nonce (lowercase): " + nonce + " (256 bits)\n");
+}
+
+TEST(Nonce, InUpperCase)
+{
+    std::string printed;
+    const auto nonce = generate(false, printed);
+    EXPECT_EQ(nonce.size(), 64U);
+    EXPECT_EQ(nonce.find_first_not_of("0123456789ABCDEF"), std::string::npos) << nonce;
+    EXPECT_EQ(printed, "ℹ INFO: Generated 32-byte nonce: " + nonce + " (256 bits)\n");
+}
+
+TEST(Nonce, IsNeverTheSame)
+{
+    std::set<std::string> nonces;
+    std::string printed;
+    for (int count = 0; count < 100; ++count)
+    {
+        nonces.insert(generate(false, printed));
+    }
+    EXPECT_EQ(nonces.size(), 100U);
+}
+
+TEST(Nonce, WithoutARandomSourcePrintsNothing)
+{
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(generate_nonce(true, "/no/such/device"), std::runtime_error);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+} // namespace

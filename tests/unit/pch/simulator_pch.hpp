@@ -1,0 +1,3 @@
+// Read once for all of the simulator's unit tests.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>

@@ -1,0 +1,29 @@
+#include "suites/service_availability.hpp"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace
+{
+
+class UnknownDevice : public testing::TestWithParam<Eid>
+{
+};
+
+/// A call would print what becomes of it, so nothing is sent.
+TEST_P(UnknownDevice, IsNotAvailable)
+{
+    testing::internal::CaptureStdout();
+    const auto available = check_service_availability(GetParam());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "\n=== Checking SPDM Service Availability ===\n"
+              "✗ FAIL: Device EID " +
+                  std::to_string(GetParam()) + " not found in device list\n");
+    EXPECT_EQ(available, 0);
+    EXPECT_TRUE(discovered_objects.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Eids, UnknownDevice, testing::Values<Eid>(0, 12, 65535));
+
+} // namespace

@@ -1,0 +1,17 @@
+#include "suites/slot_discovery.hpp"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+TEST(SlotDiscovery, OfAnUnknownDeviceFindsNothing)
+{
+    testing::internal::CaptureStdout();
+    const auto slots = get_supported_slots(12);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_EQ(slots, SlotList{});
+    EXPECT_TRUE(discovered_objects.empty());
+}
+
+} // namespace
