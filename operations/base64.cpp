@@ -28,34 +28,38 @@ SextetTable make_sextet_table()
 std::vector<std::uint8_t> decode_base64(std::string_view text)
 {
     const auto sextets = make_sextet_table();
+    const auto sextet = [&](std::size_t place) -> std::uint32_t
+    { return sextets[static_cast<unsigned char>(text[place])]; };
     std::vector<std::uint8_t> bytes;
     bytes.reserve(text.size() / 4 * 3 + 2);
-    std::uint32_t group = 0;
-    int count = 0;
-    for (const char digit : text)
+    const auto put = [&bytes](std::uint32_t byte)
+    { bytes.push_back(static_cast<std::uint8_t>(byte)); };
+
+    std::size_t place = 0;
+    for (; place + 4 <= text.size(); place += 4)
     {
-        const auto sextet = sextets[static_cast<unsigned char>(digit)];
-        if (sextet == no_sextet)
+        const std::uint32_t a = sextet(place), b = sextet(place + 1), c = sextet(place + 2),
+                            d = sextet(place + 3);
+        if ((a | b | c | d) > 0x3f)
         {
             break;
         }
-        group = group << 6 | sextet;
-        if (++count == 4)
-        {
-            bytes.push_back(static_cast<std::uint8_t>(group >> 16));
-            bytes.push_back(static_cast<std::uint8_t>(group >> 8));
-            bytes.push_back(static_cast<std::uint8_t>(group));
-            group = 0;
-            count = 0;
-        }
+        put(a << 2 | b >> 4);
+        put(b << 4 | c >> 2);
+        put(c << 6 | d);
     }
-    if (count >= 2)
+
+    // The last group, which ends with the text or at its first foreign character.
+    std::uint32_t group = 0;
+    unsigned count = 0;
+    for (; place < text.size() && sextet(place) != no_sextet; ++place)
     {
-        bytes.push_back(static_cast<std::uint8_t>(group >> (6 * count - 8)));
+        group = group << 6 | sextet(place);
+        ++count;
     }
-    if (count == 3)
+    for (unsigned left = 6 * count; left >= 8; left -= 8)
     {
-        bytes.push_back(static_cast<std::uint8_t>(group >> 2));
+        put(group >> (left - 8));
     }
     return bytes;
 }

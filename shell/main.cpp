@@ -2,10 +2,20 @@
 #include "shell/menus.hpp"
 #include "shell/service_contract.hpp"
 
+#include <cstdio>
 #include <iostream>
+
+namespace
+{
+
+/// Lines of up to so many bytes go out in one write: a signed measurement of a megabyte fits.
+char output_buffer[4 << 20];
+
+} // namespace
 
 int main()
 {
+    std::setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
     std::cout << "SPDM Client Start" << std::endl;
     std::cout << "Initialization successful" << std::endl;
     std::cout << "Available SPDM Supported Devices." << std::endl;
