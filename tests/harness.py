@@ -1,5 +1,6 @@
 """A bus daemon, the simulator and the client as processes of a test, each stopped with it."""
 
+import ctypes
 import os
 import pty
 import re
@@ -50,6 +51,15 @@ def wait_until(condition, what, deadline=None):
         time.sleep(0.005)
 
 
+LIBC = ctypes.CDLL(None)
+PR_SET_PDEATHSIG = 1
+
+
+def end_with_parent():
+    """In a child: a test that is killed leaves nothing running."""
+    LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+
+
 class Process:
     """A child with pipes, or a terminal, for its streams. Its output is read as it comes."""
 
@@ -70,6 +80,7 @@ class Process:
             env=dict(os.environ, **(env or {})),
             **streams,
             start_new_session=True,
+            preexec_fn=end_with_parent,
         )
         for descriptor in {value for value in streams.values() if isinstance(value, int)}:
             os.close(descriptor)
