@@ -1,7 +1,7 @@
 #include "monitor/device_subscriptions.hpp"
 
+#include "monitor/device_signal_handlers.hpp"
 #include "monitor/match_rules.hpp"
-#include "monitor/signal_handlers.hpp"
 #include "shell/service_contract.hpp"
 
 #include <iostream>
@@ -14,8 +14,8 @@ void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid)
 {
     std::cout << "subscribing to signals" << std::endl;
     std::vector<sdbusplus::bus::match_t> matches;
-    const auto subscribe = [&](const char* member, const char* interface, SignalHandler handler)
-    {
+    const auto subscribe = [&](const char* member, const char* interface,
+                               void (*handler)(sdbusplus::message_t&)) {
         matches.emplace_back(bus, match_rules::signal(member, object_path_entry(eid), interface),
                              handler);
     };

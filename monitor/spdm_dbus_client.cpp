@@ -1,7 +1,7 @@
 #include "monitor/spdm_dbus_client.hpp"
 
 #include "monitor/match_rules.hpp"
-#include "monitor/signal_handlers.hpp"
+#include "monitor/service_signal_handlers.hpp"
 #include "shell/service_contract.hpp"
 
 #include <sdbusplus/bus.hpp>
@@ -14,6 +14,8 @@
 
 namespace
 {
+
+using SignalHandler = void (*)(sdbusplus::message_t&);
 
 constexpr std::uint64_t wait_microseconds = 1000;
 

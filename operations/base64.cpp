@@ -28,12 +28,14 @@ SextetTable make_sextet_table()
 std::vector<std::uint8_t> decode_base64(std::string_view text)
 {
     const auto sextets = make_sextet_table();
-    const auto sextet = [&](std::size_t place) -> std::uint32_t
-    { return sextets[static_cast<unsigned char>(text[place])]; };
+    const auto sextet = [&](std::size_t place) -> std::uint32_t {
+        return sextets[static_cast<unsigned char>(text[place])];
+    };
     std::vector<std::uint8_t> bytes;
     bytes.reserve(text.size() / 4 * 3 + 2);
-    const auto put = [&bytes](std::uint32_t byte)
-    { bytes.push_back(static_cast<std::uint8_t>(byte)); };
+    const auto put = [&bytes](std::uint32_t byte) {
+        bytes.push_back(static_cast<std::uint8_t>(byte));
+    };
 
     std::size_t place = 0;
     for (; place + 4 <= text.size(); place += 4)

@@ -10,6 +10,9 @@
 constexpr int success = 0;
 constexpr int failure = 1;
 
+/// Comes before the microseconds that an exchange took.
+constexpr auto time_taken_label = " Time taken(In us): ";
+
 /// Runs `operation` with the object path of the device `eid` and returns its verdict. An unknown
 /// device, or any standard exception out of `operation`, is told on the console (the latter by the
 /// line `complaint`) and is a failure.

@@ -38,8 +38,7 @@ char* write_offset(char* end, std::size_t offset)
 /// Two digits and a blank.
 using ByteText = std::array<char, 3>;
 
-constexpr auto byte_texts = []
-{
+constexpr auto byte_texts = [] {
     std::array<ByteText, 256> texts{};
     for (std::size_t byte = 0; byte < texts.size(); ++byte)
     {
@@ -79,8 +78,11 @@ void print_hex_dump(std::ostream& out, std::span<const std::uint8_t> data,
         }
         end = write_bytes(end, data.subspan(offset, count));
         *end++ = '\n';
-        lines.sputn(line.data(), end - line.data());
-        lines.pubsync();
+        const auto size = end - line.data();
+        if (lines.sputn(line.data(), size) != size || lines.pubsync() != 0)
+        {
+            out.setstate(std::ios_base::badbit);
+        }
         offset += count;
     }
 }

@@ -4,6 +4,8 @@
 
 #include <sdbusplus/exception.hpp>
 
+#include <ostream>
+
 /// What the two measurement operations print when they fail.
 struct MeasurementComplaints
 {
@@ -13,6 +15,12 @@ struct MeasurementComplaints
     const char* generic_error;
 };
 
+/// Prints the rule under the title of an analysis.
+void print_title_rule(std::ostream& out);
+
+/// Prints the rule under the head of a section of an analysis.
+void print_section_rule(std::ostream& out);
+
 /// Prints the likely reasons for a bus error that all who explain one share.
 void print_bus_error_details();
 
@@ -21,19 +29,17 @@ void print_bus_error_details();
 template <typename Operation>
 int run_measurement_operation(Eid eid, const MeasurementComplaints& complaints, Operation operation)
 {
-    return run_device_operation(eid, complaints.generic_error,
-                                [&](const std::string& path)
-                                {
-                                    try
-                                    {
-                                        return operation(path);
-                                    }
-                                    catch (const sdbusplus::exception::exception&)
-                                    {
-                                        std::cout << complaints.bus_error << std::endl;
-                                        print_bus_error_details();
-                                        std::cout << complaints.unsupported << std::endl;
-                                        return failure;
-                                    }
-                                });
+    return run_device_operation(eid, complaints.generic_error, [&](const std::string& path) {
+        try
+        {
+            return operation(path);
+        }
+        catch (const sdbusplus::exception::exception&)
+        {
+            std::cout << complaints.bus_error << std::endl;
+            print_bus_error_details();
+            std::cout << complaints.unsupported << std::endl;
+            return failure;
+        }
+    });
 }

@@ -22,7 +22,7 @@ void print_block(std::ostream& out, std::size_t number, const MeasurementBlock& 
 {
     const auto& [index, data, algorithm, type] = block;
     out << "\n📋 MEASUREMENT BLOCK " << number << std::endl;
-    out << std::string(40, '-') << std::endl;
+    print_section_rule(out);
     out << "Index:         " << index << std::endl;
     out << "Algorithm:     " << algorithm << std::endl;
     out << "Type:          " << type << std::endl;
@@ -72,7 +72,7 @@ int fetch_and_print(const std::string& path, std::uint16_t slot, const Measureme
 void print_measurement_analysis(std::ostream& out, const std::vector<MeasurementBlock>& blocks)
 {
     out << "\n📊 DETAILED MEASUREMENT DATA ANALYSIS" << std::endl;
-    out << std::string(60, '=') << std::endl;
+    print_title_rule(out);
     if (blocks.empty())
     {
         out << "ℹ INFO: No measurement data to display" << std::endl;
@@ -87,7 +87,7 @@ void print_measurement_analysis(std::ostream& out, const std::vector<Measurement
 
 int get_measurement(Eid eid, std::uint16_t slot, const MeasurementIndices& indices)
 {
-    return run_measurement_operation(eid, complaints,
-                                     [&](const std::string& path)
-                                     { return fetch_and_print(path, slot, indices); });
+    return run_measurement_operation(eid, complaints, [&](const std::string& path) {
+        return fetch_and_print(path, slot, indices);
+    });
 }

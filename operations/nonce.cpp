@@ -29,6 +29,11 @@ std::string nonce_of_seed(std::uint32_t seed, bool lowercase)
     return nonce;
 }
 
+std::string generate_nonce(bool lowercase)
+{
+    return generate_nonce(lowercase, "default");
+}
+
 std::string generate_nonce(bool lowercase, const std::string& random_source)
 {
     auto nonce = nonce_of_seed(std::random_device{random_source}(), lowercase);

@@ -9,7 +9,10 @@ std::string hex_digits(std::uint32_t value, bool lowercase);
 /// The 64 hexadecimal digits of the first 8 values of the MT19937 generator seeded with `seed`.
 std::string nonce_of_seed(std::uint32_t seed, bool lowercase);
 
-/// A fresh 32-byte nonce as 64 hexadecimal digits; prints a line that shows it. `random_source` is
-/// the token of the standard random device that seeds it. Raises, before anything is printed, the
-/// standard library's exception when that cannot be opened or read.
-std::string generate_nonce(bool lowercase, const std::string& random_source = "default");
+/// A fresh 32-byte nonce as 64 hexadecimal digits; prints a line that shows it. Raises, before
+/// anything is printed, the standard library's exception when the platform's random source cannot be
+/// opened or read.
+std::string generate_nonce(bool lowercase);
+
+/// As above, from the random source that the standard random device knows by this token.
+std::string generate_nonce(bool lowercase, const std::string& random_source);

@@ -91,13 +91,11 @@ int show_properties(Eid eid)
 {
     constexpr auto complaint =
         "ERROR: Failed to retrieve SPDM properties. Check device connectivity.";
-    return run_device_operation(eid, complaint,
-                                [](const std::string& path)
-                                {
-                                    PropertyMap properties;
-                                    const auto elapsed = read_properties(path, properties);
-                                    std::cout << "Time taken(In us): " << elapsed << std::endl;
-                                    print_properties(std::cout, properties);
-                                    return success;
-                                });
+    return run_device_operation(eid, complaint, [](const std::string& path) {
+        PropertyMap properties;
+        const auto elapsed = read_properties(path, properties);
+        std::cout << "Time taken(In us): " << elapsed << std::endl;
+        print_properties(std::cout, properties);
+        return success;
+    });
 }

@@ -100,11 +100,6 @@ const std::string& name_or_not_available(const std::string& name)
     return name.empty() ? not_available : name;
 }
 
-void print_section_rule(std::ostream& out)
-{
-    out << std::string(40, '-') << std::endl;
-}
-
 void print_complete_data(std::ostream& out, std::span<const std::uint8_t> bytes)
 {
     print_section_rule(out);
@@ -183,8 +178,7 @@ int fetch_and_print(const std::string& path, const MeasurementIndices& indices, 
               << "Signed Measurements: " << measurement.data
               << " Hashing Algorithm: " << measurement.hashing_algorithm
               << " Signing Algorithm: " << measurement.signing_algorithm
-              << " Version: " << measurement.version << " Time taken(In us): " << elapsed
-              << std::endl;
+              << " Version: " << measurement.version << time_taken_label << elapsed << std::endl;
     print_details(status, succeeded, measurement);
     return succeeded ? success : failure;
 }
@@ -225,7 +219,7 @@ void print_signed_measurement_analysis(std::ostream& out, const SignedMeasuremen
                                        std::span<const std::uint8_t> bytes)
 {
     out << "\n🔐 DETAILED SIGNED MEASUREMENT DATA ANALYSIS" << std::endl;
-    out << std::string(60, '=') << std::endl;
+    print_title_rule(out);
     if (measurement.data.empty())
     {
         out << "ℹ INFO: No signed measurement data to display" << std::endl;
@@ -266,7 +260,7 @@ void print_signed_measurement_analysis(std::ostream& out, const SignedMeasuremen
 int get_signed_measurement(Eid eid, const MeasurementIndices& indices, std::uint16_t slot,
                            const std::string& nonce)
 {
-    return run_measurement_operation(eid, complaints,
-                                     [&](const std::string& path)
-                                     { return fetch_and_print(path, indices, slot, nonce); });
+    return run_measurement_operation(eid, complaints, [&](const std::string& path) {
+        return fetch_and_print(path, indices, slot, nonce);
+    });
 }

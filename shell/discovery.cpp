@@ -5,7 +5,6 @@
 #include "shell/service_contract.hpp"
 
 #include <algorithm>
-#include <iomanip>
 #include <iostream>
 #include <utility>
 #include <variant>
@@ -27,8 +26,7 @@ struct DiscardedMap
 
     template <typename Entry>
     void emplace(Entry&&)
-    {
-    }
+    {}
 };
 
 /// A map to the binding; keeps the object paths alone.
@@ -38,7 +36,8 @@ struct ObjectPaths
     using mapped_type = DiscardedMap<std::string, DiscardedMap<std::string, PropertyValue>>;
     using value_type = std::pair<const key_type, mapped_type>;
 
-    void emplace(std::pair<key_type, mapped_type>&& object)
+    template <typename Entry>
+    void emplace(Entry&& object)
     {
         paths.push_back(std::move(object.first.str));
     }
@@ -182,39 +181,4 @@ int read_device_identity(Eid eid, std::string& xmid_out, Eid& eid_out)
         eid_out = eid;
         return 0;
     }
-}
-
-std::vector<Eid> print_device_table(EidColumn column)
-{
-    std::cout << "\nDiscovered SPDM Devices:" << std::endl;
-    std::cout << "Index | EID  | XMID            | D-Bus Path" << std::endl;
-    std::cout << "------|------|-----------------|------------------------------------------"
-              << std::endl;
-    std::vector<Eid> eids;
-    for (const auto& [eid, path] : discovered_objects)
-    {
-        std::string xmid;
-        Eid eid_of_device = 0;
-        read_device_identity(eid, xmid, eid_of_device);
-        std::cout << std::setw(5) << eids.size() << " | " << std::setw(4)
-                  << (column == EidColumn::of_device ? eid_of_device : eid) << " | "
-                  << std::setw(15) << xmid << " | " << path << std::endl;
-        eids.push_back(eid);
-    }
-    return eids;
-}
-
-void print_all_devices_row(std::size_t count)
-{
-    std::cout << std::setw(5) << count << " | " << std::setw(4) << "ALL"
-              << " | "
-              << "Run on all objects" << std::endl;
-}
-
-void print_device_head(std::size_t number, std::size_t count, Eid eid, std::size_t rule_width)
-{
-    const std::string rule(rule_width, '=');
-    std::cout << "\n" << rule << std::endl;
-    std::cout << "DEVICE " << number << "/" << count << ": EID " << eid << std::endl;
-    std::cout << rule << std::endl;
 }

@@ -5,6 +5,7 @@
 #include "operations/measurements.hpp"
 #include "operations/properties.hpp"
 #include "operations/signed_measurements.hpp"
+#include "shell/device_table.hpp"
 #include "shell/discovery.hpp"
 #include "suites/comprehensive_suite.hpp"
 #include "suites/regression.hpp"
@@ -78,8 +79,7 @@ void wait_for_stop()
     while (true)
     {
         while (std::cin.peek() == std::istream::traits_type::eof())
-        {
-        }
+        {}
         std::cin >> answer;
         if (answer == -1)
         {

@@ -20,16 +20,14 @@ class MethodCall
     /// A call of `member` on the service's object at `path`.
     MethodCall(const std::string& path, const char* interface, const char* member)
         : MethodCall(ServiceContract::SERVICE_NAME, path, interface, member)
-    {
-    }
+    {}
 
     /// A call to any other peer on the bus.
     MethodCall(const char* destination, const std::string& path, const char* interface,
                const char* member)
         : bus(sdbusplus::bus::new_default_system()),
           call(bus.new_method_call(destination, path.c_str(), interface, member))
-    {
-    }
+    {}
 
     /// Appends the arguments in their order; the D-Bus types follow from the C++ types.
     template <typename... Arguments>

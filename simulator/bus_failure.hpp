@@ -16,8 +16,7 @@ class BusFailure : public std::runtime_error
     /// `error` is a positive error number.
     BusFailure(const char* step, int error)
         : std::runtime_error(std::string(step) + ": " + std::strerror(error))
-    {
-    }
+    {}
 };
 
 /// Passes on what a function of the bus library returned, unless it is a negative error number.

@@ -77,8 +77,7 @@ struct Runner
 
 Commands::Commands(Service& service, std::filesystem::path folder, std::function<void()> quit)
     : service(service), folder(std::move(folder)), quit(std::move(quit))
-{
-}
+{}
 
 void Commands::take(std::string_view input)
 {

@@ -58,8 +58,7 @@ Connection::Connection(sd_event* event, BusChoice choice, CallHandler on_call,
       choice(std::move(choice)),
       on_call(std::move(on_call)),
       on_loss(std::move(on_loss))
-{
-}
+{}
 
 void Connection::open()
 try

@@ -54,8 +54,7 @@ void EventLoop::after(std::chrono::milliseconds delay, std::function<void()> act
 {
     const auto timer = timers.insert(timers.end(), Timer{this, std::move(action), {}, {}});
     timer->place = timer;
-    const auto expired = [](sd_event_source*, std::uint64_t, void* data)
-    {
+    const auto expired = [](sd_event_source*, std::uint64_t, void* data) {
         auto& self = *static_cast<Timer*>(data);
         EventLoop& loop = *self.loop;
         loop.guard(self.action);
@@ -90,14 +89,12 @@ void EventLoop::on_input(int descriptor, std::function<void(std::string_view)> t
 {
     input.descriptor = descriptor;
     input.take = std::move(take);
-    const auto readable = [](sd_event_source*, int, std::uint32_t, void* data)
-    {
+    const auto readable = [](sd_event_source*, int, std::uint32_t, void* data) {
         auto& loop = *static_cast<EventLoop*>(data);
         loop.guard([&] { loop.read_input(); });
         return 0;
     };
-    const auto always = [](sd_event_source*, void* data)
-    {
+    const auto always = [](sd_event_source*, void* data) {
         auto& loop = *static_cast<EventLoop*>(data);
         loop.guard([&] { loop.read_input(); });
         return 0;

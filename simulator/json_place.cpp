@@ -41,8 +41,7 @@ int hex_digit(char digit)
 
 PlaceError::PlaceError(const std::string& place, const std::string& what)
     : std::runtime_error(place.empty() ? what : place + ": " + what)
-{
-}
+{}
 
 JsonPlace::JsonPlace(const Json& json, std::string place) : value(json), where(std::move(place)) {}
 

@@ -28,7 +28,8 @@ void fill_standard_streams()
     do
     {
         opened = ::open("/dev/null", O_RDWR);
-    } while (opened >= 0 && opened <= STDERR_FILENO);
+    }
+    while (opened >= 0 && opened <= STDERR_FILENO);
     ::close(opened);
 }
 

@@ -198,9 +198,9 @@ bool CallNumbers::contains(std::uint64_t number) const
 
 const Rule* choose_rule(std::span<const Rule> rules, std::uint64_t number, const Body& arguments)
 {
-    const auto chosen =
-        std::find_if(rules.begin(), rules.end(),
-                     [&](const Rule& rule) { return is_for(rule, number, arguments); });
+    const auto chosen = std::find_if(rules.begin(), rules.end(), [&](const Rule& rule) {
+        return is_for(rule, number, arguments);
+    });
     return chosen == rules.end() ? nullptr : &*chosen;
 }
 

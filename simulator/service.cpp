@@ -27,14 +27,12 @@ Service::Service(EventLoop& loop, Fleet described, const BusChoice& bus,
       objects(std::exchange(fleet.devices, {})),
       connection(
           loop.get(), bus, [this](sd_bus_message* message) { return receive(message); },
-          [this]
-          {
+          [this] {
               std::cerr << "spdm-simulator: the connection to the bus is lost" << std::endl;
               this->loop.stop(1);
           }),
       log(log_file)
-{
-}
+{}
 
 void Service::start()
 {
@@ -51,19 +49,17 @@ void Service::start_events()
     {
         if (event.at)
         {
-            loop.after(*event.at,
-                       [this, &event]
-                       {
-                           try
-                           {
-                               perform(event);
-                           }
-                           catch (const std::runtime_error& error)
-                           {
-                               std::cerr << "spdm-simulator: event at " << event.at->count()
-                                         << " ms: " << error.what() << std::endl;
-                           }
-                       });
+            loop.after(*event.at, [this, &event] {
+                try
+                {
+                    perform(event);
+                }
+                catch (const std::runtime_error& error)
+                {
+                    std::cerr << "spdm-simulator: event at " << event.at->count()
+                              << " ms: " << error.what() << std::endl;
+                }
+            });
         }
     }
 }
@@ -179,14 +175,12 @@ bool Service::receive(sd_bus_message* message)
         return true;
     }
     const std::shared_ptr<sd_bus_message> kept(sd_bus_message_ref(message), sd_bus_message_unref);
-    loop.after(rule->delay,
-               [this, kept, call, action]
-               {
-                   if (connection.carried(kept.get()))
-                   {
-                       carry_out(kept.get(), call, action);
-                   }
-               });
+    loop.after(rule->delay, [this, kept, call, action] {
+        if (connection.carried(kept.get()))
+        {
+            carry_out(kept.get(), call, action);
+        }
+    });
     return true;
 }
 

@@ -107,7 +107,8 @@ class Walker
         do
         {
             skip_type(depth);
-        } while (!take_if(')'));
+        }
+        while (!take_if(')'));
     }
 
     std::string_view signature;

@@ -175,9 +175,9 @@ std::string signing_algorithm_names()
 
 std::string_view digest_name(std::string_view hashing_algorithm)
 {
-    const auto found =
-        std::find_if(std::begin(digests), std::end(digests),
-                     [&](const Digest& row) { return row.hashing_algorithm == hashing_algorithm; });
+    const auto found = std::find_if(std::begin(digests), std::end(digests), [&](const Digest& row) {
+        return row.hashing_algorithm == hashing_algorithm;
+    });
     return found == std::end(digests) ? std::string_view{} : found->digest;
 }
 

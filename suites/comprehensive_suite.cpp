@@ -2,6 +2,7 @@
 
 #include "operations/certificates.hpp"
 #include "operations/properties.hpp"
+#include "shell/device_table.hpp"
 #include "suites/measurement_categories.hpp"
 #include "suites/results_table.hpp"
 #include "suites/service_availability.hpp"

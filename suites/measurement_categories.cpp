@@ -82,10 +82,9 @@ CategoryResult run_normal_measurement_tests(Eid eid)
         }
     }
     std::cout << "\n=== Testing Multiple Measurements with Supported Slots ===" << std::endl;
-    test_each_slot(slots, result,
-                   [eid](auto slot) {
-                       return test_multiple_indices(eid, {1, 2, 3}, slot);
-                   });
+    test_each_slot(slots, result, [eid](auto slot) {
+        return test_multiple_indices(eid, {1, 2, 3}, slot);
+    });
     std::cout << "\n=== Testing All Measurements with Supported Slots ===" << std::endl;
     test_each_slot(slots, result, [eid](auto slot) { return test_all_measurements(eid, slot); });
 
@@ -110,23 +109,19 @@ CategoryResult run_signed_measurement_tests(Eid eid)
                    [eid](auto slot) { return test_signed_measurement(eid, {1}, slot, ""); });
     std::cout << "\n=== Testing Signed Measurements with 32-byte Random Nonce (Uppercase Hex) ==="
               << std::endl;
-    test_each_slot(slots, result,
-                   [eid](auto slot)
-                   { return test_signed_measurement(eid, {1}, slot, generate_nonce(uppercase)); });
+    test_each_slot(slots, result, [eid](auto slot) {
+        return test_signed_measurement(eid, {1}, slot, generate_nonce(uppercase));
+    });
     std::cout
         << "\n=== Testing Multiple Indices Signed Measurements with 32-byte Random Nonce (Lowercase Hex) ==="
         << std::endl;
-    test_each_slot(
-        slots, result,
-        [eid](auto slot) {
-            return test_signed_measurement(eid, {1, 2, 3}, slot, generate_nonce(lowercase));
-        });
+    test_each_slot(slots, result, [eid](auto slot) {
+        return test_signed_measurement(eid, {1, 2, 3}, slot, generate_nonce(lowercase));
+    });
     std::cout << "\n=== Testing All Signed Measurements with 32-byte Random Nonce ===" << std::endl;
-    test_each_slot(slots, result,
-                   [eid](auto slot) {
-                       return test_signed_measurement(eid, {all_measurements}, slot,
-                                                      generate_nonce(uppercase));
-                   });
+    test_each_slot(slots, result, [eid](auto slot) {
+        return test_signed_measurement(eid, {all_measurements}, slot, generate_nonce(uppercase));
+    });
 
     std::cout << "\n=== SIGNED MEASUREMENT TEST SUMMARY ===" << std::endl;
     print_summary(result);

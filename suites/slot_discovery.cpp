@@ -46,22 +46,19 @@ SlotList get_supported_slots(Eid eid)
 {
     constexpr auto complaint = "ERROR: Failed to get supported slots. Check device connectivity.";
     SlotList slots;
-    run_device_operation(eid, complaint,
-                         [&slots](const std::string& path)
-                         {
-                             PropertyMap properties;
-                             read_properties(path, properties);
-                             for (std::uint16_t slot = 0; slot < slot_count; ++slot)
-                             {
-                                 if (is_supported(properties, slot))
-                                 {
-                                     slots.push_back(slot);
-                                     std::cout << "ℹ INFO: Slot " << slot << " is supported"
-                                               << std::endl;
-                                 }
-                             }
-                             print_summary(slots);
-                             return success;
-                         });
+    run_device_operation(eid, complaint, [&slots](const std::string& path) {
+        PropertyMap properties;
+        read_properties(path, properties);
+        for (std::uint16_t slot = 0; slot < slot_count; ++slot)
+        {
+            if (is_supported(properties, slot))
+            {
+                slots.push_back(slot);
+                std::cout << "ℹ INFO: Slot " << slot << " is supported" << std::endl;
+            }
+        }
+        print_summary(slots);
+        return success;
+    });
     return slots;
 }

@@ -536,9 +536,9 @@ class BindingReplies : public Binding
 
 TEST_F(BindingReplies, MapKeepsTheFirstOfTwoEqualKeys)
 {
-    auto reply =
-        receive([](sd_bus_message* body)
-                { require(sd_bus_message_append(body, "a{su}", 3, "a", 1U, "b", 2U, "a", 3U)); });
+    auto reply = receive([](sd_bus_message* body) {
+        require(sd_bus_message_append(body, "a{su}", 3, "a", 1U, "b", 2U, "a", 3U));
+    });
     std::map<std::string, uint32_t> map;
     reply.read(map);
     EXPECT_EQ(map, (std::map<std::string, uint32_t>{{"a", 1}, {"b", 2}}));
@@ -546,8 +546,9 @@ TEST_F(BindingReplies, MapKeepsTheFirstOfTwoEqualKeys)
 
 TEST_F(BindingReplies, VariantTakesTheAlternativeOfItsType)
 {
-    auto reply = receive([](sd_bus_message* body)
-                         { require(sd_bus_message_append(body, "vvv", "q", 7, "u", 7U, "b", 1)); });
+    auto reply = receive([](sd_bus_message* body) {
+        require(sd_bus_message_append(body, "vvv", "q", 7, "u", 7U, "b", 1));
+    });
     using Value = std::variant<uint32_t, uint16_t, bool>;
     Value first;
     Value second;
@@ -560,12 +561,10 @@ TEST_F(BindingReplies, VariantTakesTheAlternativeOfItsType)
 
 TEST_F(BindingReplies, VariantOfNoAlternativeIsSkipped)
 {
-    auto reply = receive(
-        [](sd_bus_message* body)
-        {
-            require(sd_bus_message_append(body, "vvs", "d", 1.5, "a{sv}", 1, "x", "ay", 2, 1, 2,
-                                          "behind"));
-        });
+    auto reply = receive([](sd_bus_message* body) {
+        require(
+            sd_bus_message_append(body, "vvs", "d", 1.5, "a{sv}", 1, "x", "ay", 2, 1, 2, "behind"));
+    });
     using Value = std::variant<std::string, uint32_t>;
     Value number{uint32_t{9}};
     Value map{uint32_t{9}};
@@ -578,12 +577,10 @@ TEST_F(BindingReplies, VariantOfNoAlternativeIsSkipped)
 
 TEST_F(BindingReplies, SkippedVariantInAMapKeepsItsNeighbours)
 {
-    auto reply = receive(
-        [](sd_bus_message* body)
-        {
-            require(sd_bus_message_append(body, "a{sv}q", 3, "a", "q", 1, "b", "(ss)", "x", "y",
-                                          "c", "b", 1, 8));
-        });
+    auto reply = receive([](sd_bus_message* body) {
+        require(sd_bus_message_append(body, "a{sv}q", 3, "a", "q", 1, "b", "(ss)", "x", "y", "c",
+                                      "b", 1, 8));
+    });
     using Value = std::variant<std::string, uint16_t, bool>;
     std::map<std::string, Value> map;
     uint16_t behind = 0;
@@ -611,13 +608,10 @@ struct PathSink
 
 TEST_F(BindingReplies, MapLikeSinkTakesEveryEntryInOrder)
 {
-    auto reply = receive(
-        [](sd_bus_message* body)
-        {
-            require(sd_bus_message_append(body, "a{oa{sa{sv}}}u", 3, "/b", 2, "i.One", 1, "eid",
-                                          "q", 1, "i.Two", 0, "/a", 0, "/b", 1, "i.One", 1, "x",
-                                          "s", "y", 9U));
-        });
+    auto reply = receive([](sd_bus_message* body) {
+        require(sd_bus_message_append(body, "a{oa{sa{sv}}}u", 3, "/b", 2, "i.One", 1, "eid", "q", 1,
+                                      "i.Two", 0, "/a", 0, "/b", 1, "i.One", 1, "x", "s", "y", 9U));
+    });
     PathSink sink;
     uint32_t behind = 0;
     reply.read(sink, behind);
@@ -642,12 +636,10 @@ struct CountingSink
 
 TEST_F(BindingReplies, SequenceSinkTakesEveryElement)
 {
-    auto reply = receive(
-        [](sd_bus_message* body)
-        {
-            require(sd_bus_message_append(body, "aya{sv}s", 3, 1, 2, 3, 2, "a", "b", 1, "b", "d",
-                                          0.5, "end"));
-        });
+    auto reply = receive([](sd_bus_message* body) {
+        require(sd_bus_message_append(body, "aya{sv}s", 3, 1, 2, 3, 2, "a", "b", 1, "b", "d", 0.5,
+                                      "end"));
+    });
     CountingSink<uint8_t> bytes;
     CountingSink<std::pair<std::string, std::variant<bool>>> entries;
     std::string behind;
@@ -845,12 +837,14 @@ TEST_F(Binding, LeavingAContainerFails)
     EXPECT_EQ(
         (failure_of_leaving<LeavingMapSink, LeavingMapSink>(map)),
         "sd_bus_message_exit_container emplace_container: System.Error.ENXIO: No such device or address");
-    const Body structure = [](sd_bus_message* body)
-    { require(sd_bus_message_append(body, "(as)", 1, "x")); };
+    const Body structure = [](sd_bus_message* body) {
+        require(sd_bus_message_append(body, "(as)", 1, "x"));
+    };
     EXPECT_EQ((failure_of_leaving<LeavingStrings, std::tuple<LeavingStrings>>(structure)),
               "sd_bus_message_exit_container tuple: System.Error.ENXIO: No such device or address");
-    const Body variant = [](sd_bus_message* body)
-    { require(sd_bus_message_append(body, "v", "as", 1, "x")); };
+    const Body variant = [](sd_bus_message* body) {
+        require(sd_bus_message_append(body, "v", "as", 1, "x"));
+    };
     EXPECT_EQ(
         (failure_of_leaving<LeavingStrings, std::variant<LeavingStrings>>(variant)),
         "sd_bus_message_exit_container variant: System.Error.ENXIO: No such device or address");
@@ -1035,8 +1029,7 @@ TEST_F(Binding, ProcessAndWaitFailOnAClosedConnection)
 void process_all(bus_t& bus)
 {
     while (bus.process_discard())
-    {
-    }
+    {}
 }
 
 TEST_F(Binding, IdleConnectionHasNothingToProcess)
@@ -1133,9 +1126,7 @@ class BindingMatch : public Binding
     /// A subscription that notes path and argument of every signal, behind the label.
     match_t subscribe(const std::string& label, const std::string& rule = signal_rule)
     {
-        return {bus, rule,
-                [this, label](message_t& signal)
-                {
+        return {bus, rule, [this, label](message_t& signal) {
                     std::string argument;
                     signal.read(argument);
                     delivered.push_back(label + signal.get_path() + " " + argument);
@@ -1231,18 +1222,16 @@ TEST_F(BindingMatch, EndsWhenAnotherIsAssigned)
 TEST_F(BindingMatch, CallbackMayAddAndEndOthers)
 {
     std::optional<match_t> other;
-    const match_t toggling{bus, signal_rule,
-                           [&](message_t& signal)
-                           {
+    const match_t toggling{bus, signal_rule, [&](message_t& signal) {
                                auto bus_of_signal = signal.get_bus();
                                if (other)
                                {
                                    other.reset();
                                    return;
                                }
-                               other.emplace(bus_of_signal, signal_rule + ",path='/b'",
-                                             [this](message_t&)
-                                             { delivered.emplace_back("other"); });
+                               other.emplace(
+                                   bus_of_signal, signal_rule + ",path='/b'",
+                                   [this](message_t&) { delivered.emplace_back("other"); });
                            }};
     emit("/a");
     EXPECT_TRUE(other.has_value());

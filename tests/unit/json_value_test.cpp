@@ -132,8 +132,7 @@ TEST_P(ValueMistake, IsNamedWithItsPlace)
     }
 }
 
-const std::string nested_variants = []
-{
+const std::string nested_variants = [] {
     std::string text = R"(["q", 1])";
     for (int i = 0; i < 60; ++i)
     {

@@ -100,8 +100,7 @@ void await_end(int lifeline_reader)
 {
     char unused = 0;
     while (read(lifeline_reader, &unused, 1) < 0 && errno == EINTR)
-    {
-    }
+    {}
 }
 
 [[noreturn]] void keep_daemon(const std::string& folder, const std::string& configuration,

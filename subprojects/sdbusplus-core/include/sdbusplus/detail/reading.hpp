@@ -163,9 +163,9 @@ void read_value(sd_bus_message* source, T& value)
     else if constexpr (SequenceLike<T>)
     {
         using Element = typename T::value_type;
-        read_elements<Element>(source, sequence_read_steps,
-                               [&value](Element&& element)
-                               { value.emplace_back(std::move(element)); });
+        read_elements<Element>(source, sequence_read_steps, [&value](Element&& element) {
+            value.emplace_back(std::move(element));
+        });
     }
     else if constexpr (MapLike<T>)
     {

@@ -2,10 +2,9 @@
 
 #include <sdbusplus/message.hpp>
 
-/// Handlers of the service's signals, run on the monitor thread. Each prints what it received. An
+/// Handlers of the service's own signals, run on the monitor thread. Each prints what it received. An
 /// exception out of a handler ends the process; a signal whose contents are of another type than the
 /// contract's raises one, except in the `..._added` handlers, which say it on standard error.
-using SignalHandler = void (*)(sdbusplus::message_t&);
 
 /// A device was announced: enters it into `discovered_objects` and subscribes to its signals.
 void handle_cpu_added(sdbusplus::message_t& signal);
@@ -16,7 +15,3 @@ void handle_nic_added(sdbusplus::message_t& signal);
 void handle_interfaces_removed(sdbusplus::message_t& signal);
 
 void handle_info(sdbusplus::message_t& signal);
-
-void handle_device_error(sdbusplus::message_t& signal);
-void handle_certificate_progress(sdbusplus::message_t& signal);
-void handle_properties_changed(sdbusplus::message_t& signal);
