@@ -49,7 +49,7 @@ void print_changed_property(const std::string& name, const PropertyValue& value)
     {
         std::cout << (*flag ? "true" : "false") << std::endl;
     }
-    else
+    else // a value that lost its content; one of a foreign type reads as an empty text
     {
         std::cout << "Unknown Property." << std::endl;
     }
@@ -60,7 +60,8 @@ void print_changed_property(const std::string& name, const PropertyValue& value)
 void handle_device_error(sdbusplus::message_t& signal)
 {
     print_sender(signal, "Received Error Signal for EID: ");
-    std::cout << "Error: " << read_argument<std::uint16_t>(signal) << std::endl;
+    const auto code = read_argument<std::uint16_t>(signal);
+    std::cout << "Error: " << code << std::endl;
     std::cout << "Error handler is completed." << std::endl;
 }
 

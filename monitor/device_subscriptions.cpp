@@ -33,3 +33,13 @@ void drop_device_subscriptions(const std::string& path)
 {
     device_subscriptions.erase(path);
 }
+
+void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus)
+{
+    // Never destroyed, or the connections would be released at exit.
+    static auto& kept = *new std::vector<sdbusplus::bus_t>;
+    if (!device_subscriptions.empty())
+    {
+        kept.push_back(std::move(bus));
+    }
+}

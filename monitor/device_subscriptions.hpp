@@ -9,14 +9,9 @@
 #include <string>
 #include <vector>
 
-/// The matches on devices' own signals by object path. Written by the monitor's handlers alone, on
-/// the monitor thread.
-///
-/// The matches outlive the thread whose connection they are bound to: they keep that connection
-/// open, unprocessed, until the last of them goes. libsystemd then clears the ended thread's
-/// thread-local pointer to its default connection. The memory is still mapped, as the C library
-/// keeps a few ended threads' stacks for reuse; where a later monitor thread has taken it over, that
-/// thread merely no longer shares its connection, and it never asks for it twice.
+/// The matches on devices' own signals by object path. Written on the monitor thread alone, released
+/// at exit. The matches outlive the thread whose connection they are bound to, and keep that
+/// connection open, unprocessed.
 extern std::map<std::string, std::vector<sdbusplus::bus::match_t>> device_subscriptions;
 
 /// Subscribes on `bus` to the signals of the device known by `eid`; a second call subscribes a
@@ -25,3 +20,9 @@ void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid);
 
 /// Ends all subscriptions of the device object at `path`, if there are any.
 void drop_device_subscriptions(const std::string& path);
+
+/// To be called with the monitor thread's connection when the thread ends: while there are any
+/// subscriptions, the connection is never released. Releasing the last reference to a default
+/// connection makes libsystemd clear the pointer to it in the storage of the thread that opened it,
+/// and that memory may be gone once the thread has ended.
+void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus);

@@ -89,6 +89,7 @@ void handle_interfaces_removed(sdbusplus::message_t& signal)
 void handle_info(sdbusplus::message_t& signal)
 {
     std::cout << "Received Info Signal." << std::endl;
-    std::cout << "Info Signal: " << read_argument<std::uint16_t>(signal) << std::endl;
+    const auto value = read_argument<std::uint16_t>(signal);
+    std::cout << "Info Signal: " << value << std::endl;
     std::cout << "Info handler is completed." << std::endl;
 }

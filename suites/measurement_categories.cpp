@@ -37,8 +37,20 @@ void test_each_slot(const SlotList& slots, CategoryResult& result, Test test)
     }
 }
 
-void print_summary(const CategoryResult& result)
+/// The device's slots; prints `abort_line` when there are none.
+SlotList find_slots(Eid eid, const char* abort_line)
 {
+    auto slots = get_supported_slots(eid);
+    if (slots.empty())
+    {
+        std::cout << abort_line << std::endl;
+    }
+    return slots;
+}
+
+void print_summary(const char* heading, const CategoryResult& result)
+{
+    std::cout << heading << std::endl;
     std::cout << "Passed: " << result.passed << "/" << result.total << " tests" << std::endl;
     std::cout << "Success Rate: " << result.rate() << "%" << std::endl;
 }
@@ -47,7 +59,7 @@ void print_summary(const CategoryResult& result)
 std::uint16_t find_unsupported_slot(Eid eid)
 {
     const auto slots = get_supported_slots(eid);
-    for (std::uint16_t slot = 0; slot < 8; ++slot)
+    for (std::uint16_t slot = 0; slot < slot_count; ++slot)
     {
         if (!contains(slots, slot))
         {
@@ -57,7 +69,7 @@ std::uint16_t find_unsupported_slot(Eid eid)
     }
     std::cout << "ℹ INFO: All slots 0-7 are supported, using slot 8 for unsupported test"
               << std::endl;
-    return 8;
+    return slot_count;
 }
 
 } // namespace
@@ -65,10 +77,9 @@ std::uint16_t find_unsupported_slot(Eid eid)
 CategoryResult run_normal_measurement_tests(Eid eid)
 {
     std::cout << "\n********** NORMAL MEASUREMENT TESTS **********" << std::endl;
-    const auto slots = get_supported_slots(eid);
+    const auto slots = find_slots(eid, "✗ ABORT: No supported slots found for measurement testing");
     if (slots.empty())
     {
-        std::cout << "✗ ABORT: No supported slots found for measurement testing" << std::endl;
         return {};
     }
     CategoryResult result;
@@ -88,19 +99,17 @@ CategoryResult run_normal_measurement_tests(Eid eid)
     std::cout << "\n=== Testing All Measurements with Supported Slots ===" << std::endl;
     test_each_slot(slots, result, [eid](auto slot) { return test_all_measurements(eid, slot); });
 
-    std::cout << "\n=== NORMAL MEASUREMENT TEST SUMMARY ===" << std::endl;
-    print_summary(result);
+    print_summary("\n=== NORMAL MEASUREMENT TEST SUMMARY ===", result);
     return result;
 }
 
 CategoryResult run_signed_measurement_tests(Eid eid)
 {
     std::cout << "\n********** SIGNED MEASUREMENT TESTS **********" << std::endl;
-    const auto slots = get_supported_slots(eid);
+    const auto slots =
+        find_slots(eid, "✗ ABORT: No supported slots found for signed measurement testing");
     if (slots.empty())
     {
-        std::cout << "✗ ABORT: No supported slots found for signed measurement testing"
-                  << std::endl;
         return {};
     }
     CategoryResult result;
@@ -123,8 +132,7 @@ CategoryResult run_signed_measurement_tests(Eid eid)
         return test_signed_measurement(eid, {all_measurements}, slot, generate_nonce(uppercase));
     });
 
-    std::cout << "\n=== SIGNED MEASUREMENT TEST SUMMARY ===" << std::endl;
-    print_summary(result);
+    print_summary("\n=== SIGNED MEASUREMENT TEST SUMMARY ===", result);
     return result;
 }
 
@@ -169,10 +177,9 @@ CategoryResult run_stress_tests(Eid eid)
     constexpr std::chrono::milliseconds pause{100};
 
     std::cout << "\n********** MEASUREMENT STRESS TESTS **********" << std::endl;
-    const auto slots = get_supported_slots(eid);
+    const auto slots = find_slots(eid, "✗ ABORT: No supported slots found for stress testing");
     if (slots.empty())
     {
-        std::cout << "✗ ABORT: No supported slots found for stress testing" << std::endl;
         return {};
     }
     const auto stress_slot = slots.front();
@@ -200,7 +207,6 @@ CategoryResult run_stress_tests(Eid eid)
         }
     }
 
-    std::cout << "\n=== MEASUREMENT STRESS TEST SUMMARY ===" << std::endl;
-    print_summary(result);
+    print_summary("\n=== MEASUREMENT STRESS TEST SUMMARY ===", result);
     return result;
 }

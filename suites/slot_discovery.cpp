@@ -10,8 +10,6 @@
 namespace
 {
 
-constexpr std::uint16_t slot_count = 8;
-
 bool is_supported(const PropertyMap& properties, std::uint16_t slot)
 {
     const auto property = properties.find("CertificateSlot" + std::to_string(slot));

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <vector>
 
+/// A device has so many certificate slots.
+constexpr std::uint16_t slot_count = 8;
+
 /// Certificate slot numbers, ascending, each of 0..7.
 using SlotList = std::vector<std::uint16_t>;
 

@@ -2,6 +2,8 @@
 """Subscriptions that outlive the monitor's thread and its connection, in every order of their ends.
 Meant above all for runs under valgrind and the sanitizers; see valgrind.supp, lsan.supp and tsan.supp."""
 
+import resource
+
 from cases import (
     CPU_12,
     CPU_13,
@@ -12,6 +14,9 @@ from cases import (
     removed_text,
     run_cases,
 )
+
+# Larger than what the C library keeps of ended threads' stacks: their memory is gone at once.
+resource.setrlimit(resource.RLIMIT_STACK, (64 << 20, resource.getrlimit(resource.RLIMIT_STACK)[1]))
 
 
 def remove(client, device):
