@@ -14,8 +14,7 @@ void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid)
 {
     std::cout << "subscribing to signals" << std::endl;
     std::vector<sdbusplus::bus::match_t> matches;
-    const auto subscribe = [&](const char* member, const char* interface,
-                               void (*handler)(sdbusplus::message_t&)) {
+    const auto subscribe = [&](const char* member, const char* interface, auto handler) {
         matches.emplace_back(bus, match_rules::signal(member, object_path_entry(eid), interface),
                              handler);
     };

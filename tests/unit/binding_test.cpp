@@ -1,4 +1,5 @@
 #include "private_bus.hpp"
+#include "raw_bus.hpp"
 
 #include <gtest/gtest.h>
 #include <sdbusplus/bus.hpp>
@@ -16,7 +17,6 @@
 #include <functional>
 #include <limits>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <numeric>
 #include <optional>
@@ -24,7 +24,6 @@
 #include <stdexcept>
 #include <string>
 #include <sys/resource.h>
-#include <system_error>
 #include <thread>
 #include <tuple>
 #include <type_traits>
@@ -56,44 +55,6 @@ constexpr auto peer_interface = "test.Interface";
 constexpr auto end_of_message = "System.Error.ENXIO: No such device or address";
 constexpr auto denied = "org.freedesktop.DBus.Error.AccessDenied: Operation not permitted";
 constexpr std::chrono::seconds deadline{20};
-
-/// For the raw side of the tests: what fails there is a fault of the test.
-int require(int result)
-{
-    if (result < 0)
-    {
-        throw std::system_error(-result, std::generic_category(), "raw sd-bus");
-    }
-    return result;
-}
-
-struct Unref
-{
-    void operator()(sd_bus* connection) const
-    {
-        sd_bus_flush_close_unref(connection);
-    }
-    void operator()(sd_bus_message* message) const
-    {
-        sd_bus_message_unref(message);
-    }
-    void operator()(sd_bus_slot* slot) const
-    {
-        sd_bus_slot_unref(slot);
-    }
-};
-
-using RawBus = std::unique_ptr<sd_bus, Unref>;
-using RawMessage = std::unique_ptr<sd_bus_message, Unref>;
-using RawSlot = std::unique_ptr<sd_bus_slot, Unref>;
-
-/// A connection of its own, independent of the thread's default one.
-RawBus open_raw_bus()
-{
-    sd_bus* connection = nullptr;
-    require(sd_bus_open_system(&connection));
-    return RawBus{connection};
-}
 
 /// The default connection's sd-bus object, for a look behind the binding; not to be closed with the last reference.
 sd_bus* borrow_default_bus()

@@ -3,6 +3,7 @@
 #include "operations/properties.hpp"
 #include "operations/signed_measurements.hpp"
 #include "private_bus.hpp"
+#include "raw_bus.hpp"
 #include "shell/discovery.hpp"
 #include "suites/service_availability.hpp"
 
@@ -13,10 +14,8 @@
 #include <functional>
 #include <iostream>
 #include <map>
-#include <memory>
 #include <regex>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -25,38 +24,6 @@ namespace
 
 constexpr Eid eid = 12;
 constexpr auto path = "/com/varn/bmc/spdm/spdm/cpu/cpu_12";
-
-/// For the raw side of the tests: what fails there is a fault of the test.
-int require(int result)
-{
-    if (result < 0)
-    {
-        throw std::system_error(-result, std::generic_category(), "raw sd-bus");
-    }
-    return result;
-}
-
-struct Unref
-{
-    void operator()(sd_bus* connection) const
-    {
-        sd_bus_flush_close_unref(connection);
-    }
-    void operator()(sd_bus_message* message) const
-    {
-        sd_bus_message_unref(message);
-    }
-};
-
-using RawBus = std::unique_ptr<sd_bus, Unref>;
-using RawMessage = std::unique_ptr<sd_bus_message, Unref>;
-
-RawBus open_raw_bus()
-{
-    sd_bus* connection = nullptr;
-    require(sd_bus_open_system(&connection));
-    return RawBus{connection};
-}
 
 /// Writes the body of a reply with raw sd-bus.
 using Body = std::function<void(sd_bus_message*)>;
