@@ -6,54 +6,24 @@
 
 #include <algorithm>
 #include <iostream>
-#include <utility>
 #include <variant>
-#include <vector>
 
 std::map<Eid, std::string> discovered_objects;
 
 namespace
 {
 
-/// A map to the binding, which hands it every entry it has read; keeps none. Building maps of
-/// 10,000 objects' properties only to drop them would double the time of discovery.
-template <typename Key, typename Mapped>
-struct DiscardedMap
-{
-    using key_type = Key;
-    using mapped_type = Mapped;
-    using value_type = std::pair<const Key, Mapped>;
+/// The service's objects by path, each with its interfaces' properties.
+using ManagedObjects =
+    std::map<sdbusplus::message::object_path, std::map<std::string, PropertyMap>>;
 
-    template <typename Entry>
-    void emplace(Entry&&)
-    {}
-};
-
-/// A map to the binding; keeps the object paths alone.
-struct ObjectPaths
-{
-    using key_type = sdbusplus::message::object_path;
-    using mapped_type = DiscardedMap<std::string, DiscardedMap<std::string, PropertyValue>>;
-    using value_type = std::pair<const key_type, mapped_type>;
-
-    template <typename Entry>
-    void emplace(Entry&& object)
-    {
-        paths.push_back(std::move(object.first.str));
-    }
-
-    std::vector<std::string> paths;
-};
-
-/// The object paths below `root_path` in the order of their texts.
-std::vector<std::string> read_object_paths(const std::string& root_path)
+ManagedObjects read_managed_objects(const std::string& root_path)
 {
     MethodCall call{root_path, ServiceContract::OBJECT_MANAGER_INTERFACE,
                     ServiceContract::GET_MANAGED_OBJECTS};
-    ObjectPaths objects;
+    ManagedObjects objects;
     call.exchange(objects);
-    std::sort(objects.paths.begin(), objects.paths.end());
-    return std::move(objects.paths);
+    return objects;
 }
 
 /// A device's property, which must hold a `Value`. The bool stands first because a content that is
@@ -126,8 +96,9 @@ const std::string* resolve_object_path(Eid eid)
 int discover_devices(const std::string& root_path)
 try
 {
-    for (const auto& path : read_object_paths(root_path))
+    for (const auto& object : read_managed_objects(root_path))
     {
+        const auto& path = object.first.str;
         if (const auto eid = eid_from_path(path))
         {
             enter_device(*eid, path);

@@ -17,6 +17,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <numeric>
 #include <optional>
@@ -551,63 +552,20 @@ TEST_F(BindingReplies, SkippedVariantInAMapKeepsItsNeighbours)
     EXPECT_EQ(behind, 8);
 }
 
-/// Takes the entries of a{oa{sa{sv}}} and keeps the paths alone.
-struct PathSink
-{
-    using key_type = object_path;
-    using mapped_type = std::map<std::string, std::map<std::string, std::variant<uint16_t>>>;
-
-    void emplace(std::pair<key_type, mapped_type>&& entry)
-    {
-        interfaces += entry.second.size();
-        paths.push_back(std::move(entry.first.str));
-    }
-
-    std::vector<std::string> paths;
-    std::size_t interfaces = 0;
-};
-
-TEST_F(BindingReplies, MapLikeSinkTakesEveryEntryInOrder)
+TEST_F(BindingReplies, ManagedObjectsAreMapsByPath)
 {
     auto reply = receive([](sd_bus_message* body) {
         require(sd_bus_message_append(body, "a{oa{sa{sv}}}u", 3, "/b", 2, "i.One", 1, "eid", "q", 1,
                                       "i.Two", 0, "/a", 0, "/b", 1, "i.One", 1, "x", "s", "y", 9U));
     });
-    PathSink sink;
+    using Interfaces = std::map<std::string, std::map<std::string, std::variant<bool, uint16_t>>>;
+    std::map<object_path, Interfaces> objects;
     uint32_t behind = 0;
-    reply.read(sink, behind);
-    EXPECT_EQ(sink.paths, (std::vector<std::string>{"/b", "/a", "/b"}));
-    EXPECT_EQ(sink.interfaces, 3U);
+    reply.read(objects, behind);
+    const Interfaces first{{"i.One", {{"eid", uint16_t{1}}}}, {"i.Two", {}}};
+    EXPECT_EQ(objects, (std::map<object_path, Interfaces>{{object_path{"/a"}, {}},
+                                                          {object_path{"/b"}, first}}));
     EXPECT_EQ(behind, 9U);
-}
-
-/// Takes the elements of an array of T and keeps their number.
-template <typename T>
-struct CountingSink
-{
-    using value_type = T;
-
-    void emplace_back(T&&)
-    {
-        ++count;
-    }
-
-    std::size_t count = 0;
-};
-
-TEST_F(BindingReplies, SequenceSinkTakesEveryElement)
-{
-    auto reply = receive([](sd_bus_message* body) {
-        require(sd_bus_message_append(body, "aya{sv}s", 3, 1, 2, 3, 2, "a", "b", 1, "b", "d", 0.5,
-                                      "end"));
-    });
-    CountingSink<uint8_t> bytes;
-    CountingSink<std::pair<std::string, std::variant<bool>>> entries;
-    std::string behind;
-    reply.read(bytes, entries, behind);
-    EXPECT_EQ(bytes.count, 3U);
-    EXPECT_EQ(entries.count, 2U);
-    EXPECT_EQ(behind, "end");
 }
 
 TEST_F(BindingReplies, WrappedRawMessageHasItsOwnReference)
@@ -743,36 +701,33 @@ TEST_F(BindingReplies, EndOfTheReplyReadAsAVariantIsTheFirstAlternative)
     EXPECT_EQ(value, (std::variant<std::string, uint32_t>{std::string{}}));
 }
 
-/// Leaves the array behind the binding's back when it gets its first element, so that the leaving of the
-/// container around it fails.
+/// Leaves the array behind the binding's back when its first element is kept, so that the leaving of
+/// the container around it fails.
+sd_bus_message* message_to_leave = nullptr;
+
 template <typename T>
-struct LeavingSink
+struct LeavingAllocator : std::allocator<T>
 {
     using value_type = T;
 
-    void emplace_back(T&&)
-    {
-        require(sd_bus_message_exit_container(message));
-    }
+    LeavingAllocator() = default;
+    template <typename U>
+    LeavingAllocator(const LeavingAllocator<U>&)
+    {}
 
-    static inline sd_bus_message* message = nullptr;
+    T* allocate(std::size_t count)
+    {
+        require(sd_bus_message_exit_container(message_to_leave));
+        return std::allocator<T>::allocate(count);
+    }
 };
 
-struct LeavingMapSink
-{
-    using key_type = std::string;
-    using mapped_type = std::string;
+using LeavingStrings = std::vector<std::string, LeavingAllocator<std::string>>;
+using LeavingMap = std::map<std::string, std::string, std::less<>,
+                            LeavingAllocator<std::pair<const std::string, std::string>>>;
 
-    void emplace(std::pair<std::string, std::string>&&)
-    {
-        require(sd_bus_message_exit_container(message));
-    }
-
-    static inline sd_bus_message* message = nullptr;
-};
-
-/// Reads a Target, whose sinks leave early, from a signal with the body.
-template <typename Sink, typename Target>
+/// Reads a Target, which leaves early, from a signal with the body.
+template <typename Target>
 std::string failure_of_leaving(const Body& body)
 {
     const auto raw = open_raw_bus();
@@ -781,33 +736,31 @@ std::string failure_of_leaving(const Body& body)
     const RawMessage signal{created};
     body(signal.get());
     require(sd_bus_message_seal(signal.get(), 1, 0));
-    Sink::message = signal.get();
+    message_to_leave = signal.get();
     message_t message{signal.get()};
     return failure_of([&] { read_one<Target>(message); });
 }
-
-using LeavingStrings = LeavingSink<std::string>;
 
 TEST_F(Binding, LeavingAContainerFails)
 {
     const Body strings = [](sd_bus_message* body) { append_sample(body, "as"); };
     EXPECT_EQ(
-        (failure_of_leaving<LeavingStrings, LeavingStrings>(strings)),
+        (failure_of_leaving<LeavingStrings>(strings)),
         "sd_bus_message_exit_container emplace_back_container: System.Error.ENXIO: No such device or address");
     const Body map = [](sd_bus_message* body) { append_sample(body, "a{ss}"); };
     EXPECT_EQ(
-        (failure_of_leaving<LeavingMapSink, LeavingMapSink>(map)),
+        (failure_of_leaving<LeavingMap>(map)),
         "sd_bus_message_exit_container emplace_container: System.Error.ENXIO: No such device or address");
     const Body structure = [](sd_bus_message* body) {
         require(sd_bus_message_append(body, "(as)", 1, "x"));
     };
-    EXPECT_EQ((failure_of_leaving<LeavingStrings, std::tuple<LeavingStrings>>(structure)),
+    EXPECT_EQ((failure_of_leaving<std::tuple<LeavingStrings>>(structure)),
               "sd_bus_message_exit_container tuple: System.Error.ENXIO: No such device or address");
     const Body variant = [](sd_bus_message* body) {
         require(sd_bus_message_append(body, "v", "as", 1, "x"));
     };
     EXPECT_EQ(
-        (failure_of_leaving<LeavingStrings, std::variant<LeavingStrings>>(variant)),
+        (failure_of_leaving<std::variant<LeavingStrings>>(variant)),
         "sd_bus_message_exit_container variant: System.Error.ENXIO: No such device or address");
 }
 

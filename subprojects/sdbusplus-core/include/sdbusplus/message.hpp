@@ -18,12 +18,6 @@ class bus_t;
 ///   bool b, uint8_t y, int16_t n, uint16_t q, int32_t i, uint32_t u, int64_t x, uint64_t t, double d,
 ///   std::string and const char* s, message::object_path o, std::vector<T> aT, std::map<K, V> a{KV},
 ///   std::pair<K, V> a dict entry {KV}, std::tuple<T...> a structure (T...), std::variant<T...> v.
-///
-/// Containers are known by what they offer, so a type of the caller's own can take part:
-///   - with key_type, mapped_type and emplace(std::pair<key_type, mapped_type>&&) it reads an a{KV};
-///   - otherwise with value_type and emplace_back(value_type&&) it reads an aT.
-/// Such a type may keep as little as it likes of what it is handed. To be appended it also needs begin()
-/// and end().
 class message_t
 {
   public:

@@ -134,11 +134,11 @@ void append_value(sd_bus_message* target, const T& value)
         append_integers(target, basic_code<typename T::value_type>, value.data(),
                         value.size() * sizeof(typename T::value_type));
     }
-    else if constexpr (SequenceLike<T>)
+    else if constexpr (Vector<T>)
     {
         append_elements(target, value, sequence_append_steps);
     }
-    else if constexpr (MapLike<T>)
+    else if constexpr (Map<T>)
     {
         append_elements(target, value, map_append_steps);
     }

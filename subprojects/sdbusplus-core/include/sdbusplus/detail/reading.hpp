@@ -160,14 +160,14 @@ void read_value(sd_bus_message* source, T& value)
     {
         read_array(source, value);
     }
-    else if constexpr (SequenceLike<T>)
+    else if constexpr (Vector<T>)
     {
         using Element = typename T::value_type;
         read_elements<Element>(source, sequence_read_steps, [&value](Element&& element) {
             value.emplace_back(std::move(element));
         });
     }
-    else if constexpr (MapLike<T>)
+    else if constexpr (Map<T>)
     {
         using Entry = std::pair<typename T::key_type, typename T::mapped_type>;
         read_elements<Entry>(source, map_read_steps,

@@ -4,6 +4,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -51,28 +52,25 @@ template <typename T>
 concept Number = Basic<T> && std::is_arithmetic_v<T> && !std::same_as<T, bool>;
 
 template <typename T>
-inline constexpr bool is_integer_vector = false;
-template <typename T, typename Allocator>
-inline constexpr bool is_integer_vector<std::vector<T, Allocator>> = Number<T>&& std::integral<T>;
+inline constexpr bool is_vector = false;
+template <typename... Parameters>
+inline constexpr bool is_vector<std::vector<Parameters...>> = true;
+
+template <typename T>
+inline constexpr bool is_map = false;
+template <typename... Parameters>
+inline constexpr bool is_map<std::map<Parameters...>> = true;
 
 /// Arrays whose memory is the wire's own layout.
 template <typename T>
-concept IntegerVector = is_integer_vector<T>;
+concept IntegerVector =
+    is_vector<T> && Number<typename T::value_type> && std::integral<typename T::value_type>;
 
-/// Anything that takes dict entries: std::map, or a sink that keeps only what its owner wants.
 template <typename T>
-concept MapLike = requires(T& target,
-                           std::pair<typename T::key_type, typename T::mapped_type>& entry)
-{
-    target.emplace(std::move(entry));
-};
+concept Vector = is_vector<T>;
 
-/// Anything that takes elements one by one.
 template <typename T>
-concept SequenceLike = !MapLike<T> && requires(T & target, typename T::value_type& element)
-{
-    target.emplace_back(std::move(element));
-};
+concept Map = is_map<T>;
 
 /// A D-Bus signature as a type, so that joining signatures costs nothing at run time.
 template <char... Codes>
@@ -96,13 +94,13 @@ using Joined = decltype((Signature<>{} + ... + typename SignatureOf<Ts>::type{})
 template <typename T>
 struct ContentsOf;
 
-template <SequenceLike T>
+template <Vector T>
 struct ContentsOf<T>
 {
     using type = Joined<typename T::value_type>;
 };
 
-template <MapLike T>
+template <Map T>
 struct ContentsOf<T>
 {
     using type = Joined<std::pair<typename T::key_type, typename T::mapped_type>>;
@@ -128,7 +126,7 @@ struct SignatureOf<T>
 };
 
 template <typename T>
-requires SequenceLike<T> || MapLike<T>
+requires Vector<T> || Map<T>
 struct SignatureOf<T>
 {
     using type = decltype(Signature<'a'>{} + typename ContentsOf<T>::type{});
