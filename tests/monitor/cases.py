@@ -273,6 +273,12 @@ class Session:
         self.command(f"add {device.path}")
         self.expect(added_text(word, device.path))
 
+    def remove(self, *devices):
+        """Has the devices' going announced and waits until the client has forgotten them."""
+        for device in devices:
+            self.command(f"remove {device.path}")
+            self.expect(removed_text(device.path))
+
     def expect(self, text):
         """Reads the client's output until it is `text`; fails as soon as it cannot become that."""
         expected = self.echo + text
@@ -336,6 +342,16 @@ class Session:
     def stop_monitor(self):
         self.type("-1\n")
         self.expect(OPERATIONS_MENU)
+
+    def restart_monitor(self):
+        self.stop_monitor()
+        self.start_monitor()
+
+    def reopen(self, row, *devices):
+        """Stops the monitor and opens the operations menu anew, like `select`."""
+        self.stop_monitor()
+        self.go_back()
+        self.select(row, *devices)
 
     def leave(self, stderr=""):
         """Ends the client from the operations menu."""

@@ -199,9 +199,7 @@ def test_stops_at_once():
 def test_starts_again_from_another_visit_of_the_menu():
     with monitoring() as client:
         expect_still_monitoring(client, 1)
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12)
+        client.reopen(0, CPU_12)
         client.start_monitor()
         expect_still_monitoring(client, 2)
         client.finish()
@@ -224,8 +222,7 @@ def test_on_a_terminal():
         client.add(CPU_13, "CPU")
         client.command(f"error {CPU_13.path} 2")
         client.expect(error_text(13, 2))
-        client.stop_monitor()
-        client.start_monitor()
+        client.restart_monitor()
         expect_still_monitoring(client, 1)
         client.finish()
 

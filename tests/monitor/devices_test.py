@@ -33,12 +33,6 @@ INDICES = (
 PASSED = "ReAuth Status: Passed Time taken(In us): <us>\n"
 
 
-def remove(client, *devices):
-    for device in devices:
-        client.command(f"remove {device.path}")
-        client.expect(removed_text(device.path))
-
-
 def re_authenticate(client):
     client.type("1\n")
     client.expect(PASSED + OPERATIONS_MENU)
@@ -47,7 +41,7 @@ def re_authenticate(client):
 def expect_not_found(answers, text):
     """An operation on the removed device that the menu is open on; nothing is sent for it."""
     with monitoring() as client:
-        remove(client, CPU_12)
+        client.remove(CPU_12)
         client.stop_monitor()
         calls = client.bench.calls()
         client.type(answers)
@@ -59,9 +53,7 @@ def expect_not_found(answers, text):
 def test_an_added_device_is_in_the_next_table():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        client.stop_monitor()
-        client.go_back()
-        client.select(1, CPU_12, CPU_13)
+        client.reopen(1, CPU_12, CPU_13)
         client.leave()
 
 
@@ -70,18 +62,14 @@ def test_the_table_stays_ordered_by_eid():
         client.add(HALC_30, "HALC")
         client.add(CPU_5, "CPU")
         client.add(NIC_20, "NIC")
-        client.stop_monitor()
-        client.go_back()
-        client.select(2, CPU_5, CPU_12, NIC_20, HALC_30)
+        client.reopen(2, CPU_5, CPU_12, NIC_20, HALC_30)
         client.leave()
 
 
 def test_an_added_device_can_be_operated_on():
     with monitoring() as client:
         client.add(NIC_20, "NIC")
-        client.stop_monitor()
-        client.go_back()
-        client.select(1, CPU_12, NIC_20)
+        client.reopen(1, CPU_12, NIC_20)
         re_authenticate(client)
         client.type("2\n0\n")
         client.expect(
@@ -111,9 +99,7 @@ def test_operations_go_on_after_monitoring():
 def test_a_device_can_be_monitored_from_another_ones_menu():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        client.stop_monitor()
-        client.go_back()
-        client.select(1, CPU_12, CPU_13)
+        client.reopen(1, CPU_12, CPU_13)
         client.start_monitor()
         client.add(NIC_20, "NIC")
         client.command(f"error {NIC_20.path} 4")
@@ -123,10 +109,8 @@ def test_a_device_can_be_monitored_from_another_ones_menu():
 
 def test_a_removed_device_is_not_in_the_next_table():
     with monitoring(CPU_12, NIC_20) as client:
-        remove(client, CPU_12)
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, NIC_20)
+        client.remove(CPU_12)
+        client.reopen(0, NIC_20)
         re_authenticate(client)
         client.leave()
 
@@ -135,9 +119,7 @@ def test_a_device_removed_by_another_container_is_gone_too():
     with monitoring(CPU_12, NIC_20) as client:
         client.command(removed(NIC, CPU_12.path))
         client.expect(removed_text(CPU_12.path))
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, NIC_20)
+        client.reopen(0, NIC_20)
         client.leave()
 
 
@@ -146,25 +128,21 @@ def test_removing_an_unknown_device_changes_nothing():
         for path in (CPU + "/cpu_120", CPU + "/cpu_1", CPU + "/other_12", NIC + "/cpu_12", "/"):
             client.command(removed(CPU, path))
             client.expect(removed_text(path))
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12, NIC_20)
+        client.reopen(0, CPU_12, NIC_20)
         client.leave()
 
 
 def test_an_added_device_is_removed_again():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        remove(client, CPU_13)
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12)
+        client.remove(CPU_13)
+        client.reopen(0, CPU_12)
         client.leave()
 
 
 def test_a_removed_device_is_added_again():
     with monitoring() as client:
-        remove(client, CPU_12)
+        client.remove(CPU_12)
         client.add(CPU_12, "CPU")
         client.command(f"error {CPU_12.path} 6")
         client.expect(error_text(12, 6))
@@ -177,7 +155,7 @@ def test_a_removed_device_is_added_again():
 
 def test_all_devices_removed():
     with monitoring(CPU_12, NIC_20) as client:
-        remove(client, CPU_12, NIC_20)
+        client.remove(CPU_12, NIC_20)
         client.stop_monitor()
         client.go_back()
         for item in ("2", "3"):
@@ -225,9 +203,8 @@ def test_get_signed_measurement_of_a_removed_device():
 
 def test_the_monitor_runs_on_a_removed_devices_menu():
     with monitoring() as client:
-        remove(client, CPU_12)
-        client.stop_monitor()
-        client.start_monitor()
+        client.remove(CPU_12)
+        client.restart_monitor()
         client.add(CPU_12, "CPU")
         client.stop_monitor()
         re_authenticate(client)
@@ -237,15 +214,11 @@ def test_the_monitor_runs_on_a_removed_devices_menu():
 def test_devices_added_in_several_starts():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        client.stop_monitor()
-        client.start_monitor()
+        client.restart_monitor()
         client.add(NIC_20, "NIC")
-        client.stop_monitor()
-        client.start_monitor()
+        client.restart_monitor()
         client.add(HALC_30, "HALC")
-        client.stop_monitor()
-        client.go_back()
-        client.select(3, CPU_12, CPU_13, NIC_20, HALC_30)
+        client.reopen(3, CPU_12, CPU_13, NIC_20, HALC_30)
         client.leave()
 
 
@@ -259,9 +232,7 @@ def test_devices_added_in_one_burst():
         )
         client.command(*(f"error {device.path} 1" for device in (CPU_13, NIC_20, HALC_30)))
         client.expect(error_text(13, 1) + error_text(20, 1) + error_text(30, 1))
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12, CPU_13, NIC_20, HALC_30)
+        client.reopen(0, CPU_12, CPU_13, NIC_20, HALC_30)
         client.leave()
 
 
@@ -269,9 +240,7 @@ def test_a_device_added_and_removed_in_one_burst():
     with monitoring() as client:
         client.burst(f"add {CPU_13.path}", f"remove {CPU_13.path}", "info 1")
         client.expect(added_text("CPU", CPU_13.path) + removed_text(CPU_13.path) + info_text(1))
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12)
+        client.reopen(0, CPU_12)
         client.leave()
 
 

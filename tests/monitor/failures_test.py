@@ -112,9 +112,7 @@ def test_the_table_after_the_bus_has_died():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
         lose_bus(client)
-        client.stop_monitor()
-        client.go_back()
-        client.select(1, CPU_12._replace(xmid="N/A"), CPU_13._replace(xmid="N/A"))
+        client.reopen(1, CPU_12._replace(xmid="N/A"), CPU_13._replace(xmid="N/A"))
         client.leave()
 
 
@@ -201,9 +199,7 @@ def test_a_devices_rule_is_refused():
         )
         removed = client.wire.wait_for_rules("RemoveMatch", 2)
         assert sorted(removed) == sorted(device_rules(CPU_13.path)[:2])
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12, CPU_13)
+        client.reopen(0, CPU_12, CPU_13)
         client.leave("Error: " + TOO_MANY)
 
 

@@ -11,22 +11,11 @@ from cases import (
     NIC_20,
     error_text,
     monitoring,
-    removed_text,
     run_cases,
 )
 
 # Larger than what the C library keeps of ended threads' stacks: their memory is gone at once.
 resource.setrlimit(resource.RLIMIT_STACK, (64 << 20, resource.getrlimit(resource.RLIMIT_STACK)[1]))
-
-
-def remove(client, device):
-    client.command(f"remove {device.path}")
-    client.expect(removed_text(device.path))
-
-
-def restart(client):
-    client.stop_monitor()
-    client.start_monitor()
 
 
 def test_added_and_kept():
@@ -38,31 +27,31 @@ def test_added_and_kept():
 def test_added_and_removed():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        remove(client, CPU_13)
+        client.remove(CPU_13)
         client.finish()
 
 
 def test_added_and_removed_by_the_next_start():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        restart(client)
-        remove(client, CPU_13)
+        client.restart_monitor()
+        client.remove(CPU_13)
         client.finish()
 
 
 def test_added_and_removed_two_starts_later():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        restart(client)
-        restart(client)
-        remove(client, CPU_13)
+        client.restart_monitor()
+        client.restart_monitor()
+        client.remove(CPU_13)
         client.finish()
 
 
 def test_added_by_each_of_two_starts_and_kept():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        restart(client)
+        client.restart_monitor()
         client.add(CPU_13, "CPU")
         client.finish()
 
@@ -70,31 +59,31 @@ def test_added_by_each_of_two_starts_and_kept():
 def test_added_by_each_of_two_starts_and_removed():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        restart(client)
+        client.restart_monitor()
         client.add(CPU_13, "CPU")
-        remove(client, CPU_13)
+        client.remove(CPU_13)
         client.finish()
 
 
 def test_removed_by_the_next_start_which_adds_another():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        restart(client)
+        client.restart_monitor()
         client.add(NIC_20, "NIC")
-        remove(client, CPU_13)
+        client.remove(CPU_13)
         client.command(f"error {NIC_20.path} 1")
         client.expect(error_text(20, 1))
-        restart(client)
-        remove(client, NIC_20)
+        client.restart_monitor()
+        client.remove(NIC_20)
         client.finish()
 
 
 def test_a_device_added_by_each_of_three_starts():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        restart(client)
+        client.restart_monitor()
         client.add(NIC_20, "NIC")
-        restart(client)
+        client.restart_monitor()
         client.add(HALC_30, "HALC")
         client.finish()
 
@@ -102,14 +91,10 @@ def test_a_device_added_by_each_of_three_starts():
 def test_operations_between_the_starts():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12, CPU_13)
+        client.reopen(0, CPU_12, CPU_13)
         client.start_monitor()
-        remove(client, CPU_13)
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12)
+        client.remove(CPU_13)
+        client.reopen(0, CPU_12)
         client.leave()
 
 
@@ -124,7 +109,7 @@ def test_removed_after_the_bus_of_its_subscription_has_died():
         client.bench.start_bus()
         client.start_service(CPU_12, CPU_13)
         client.start_monitor()
-        remove(client, CPU_13)
+        client.remove(CPU_13)
         client.finish()
 
 

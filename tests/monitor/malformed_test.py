@@ -39,9 +39,7 @@ def expect_goes_on(container, word, *body):
         client.expect(f"Received Interface {word} Signal.\n")
         client.command(signal(container, OBJECT_MANAGER, "InterfacesAdded", "o", CPU_13.path))
         client.expect(added_text(word, CPU_13.path))
-        client.stop_monitor()
-        client.go_back()
-        client.select(0, CPU_12, CPU_13._replace(eid=13, xmid="N/A"))
+        client.reopen(0, CPU_12, CPU_13._replace(eid=13, xmid="N/A"))
         client.leave(f"Error: {NO_TEXT}\n")
 
 

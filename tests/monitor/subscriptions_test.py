@@ -55,9 +55,7 @@ def expect_signals(client, device, text):
 
 def expect_table(client, *devices):
     """Ends the client by way of the device table."""
-    client.stop_monitor()
-    client.go_back()
-    client.select(0, *devices)
+    client.reopen(0, *devices)
 
 
 def expect_added_as(path, eid, xmid, word="CPU"):
@@ -292,8 +290,7 @@ def test_subscriptions_of_an_earlier_start_are_silent():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
         expect_signals(client, CPU_13, all_texts(13))
-        client.stop_monitor()
-        client.start_monitor()
+        client.restart_monitor()
         expect_signals(client, CPU_13, "")
         client.finish()
 
@@ -301,8 +298,7 @@ def test_subscriptions_of_an_earlier_start_are_silent():
 def test_an_earlier_starts_device_added_again_prints_once():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        client.stop_monitor()
-        client.start_monitor()
+        client.restart_monitor()
         client.add(CPU_13, "CPU")
         expect_signals(client, CPU_13, all_texts(13))
         client.finish()
@@ -311,8 +307,7 @@ def test_an_earlier_starts_device_added_again_prints_once():
 def test_a_removal_ends_the_subscriptions_of_both_starts():
     with monitoring() as client:
         client.add(CPU_13, "CPU")
-        client.stop_monitor()
-        client.start_monitor()
+        client.restart_monitor()
         client.add(CPU_13, "CPU")
         client.command(f"remove {CPU_13.path}")
         client.expect(removed_text(CPU_13.path))
