@@ -4,11 +4,21 @@
 #include "monitor/match_rules.hpp"
 #include "shell/service_contract.hpp"
 
+#include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <set>
 #include <utility>
 
 std::map<std::string, std::vector<sdbusplus::bus::match_t>> device_subscriptions;
+
+namespace
+{
+
+/// What the calling thread has subscribed to on its connection, ended since or not.
+thread_local std::set<std::string> paths_subscribed_here;
+
+} // namespace
 
 void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid)
 {
@@ -24,6 +34,7 @@ void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid)
               handle_certificate_progress);
     subscribe(ServiceContract::PROPERTIES_CHANGED, ServiceContract::PROPERTIES_INTERFACE,
               handle_properties_changed);
+    paths_subscribed_here.insert(object_path_entry(eid));
     auto& subscriptions = device_subscriptions[object_path_entry(eid)];
     std::move(matches.begin(), matches.end(), std::back_inserter(subscriptions));
 }
@@ -37,7 +48,8 @@ void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus)
 {
     // Never destroyed, or the connections would be released at exit.
     static auto& kept = *new std::vector<sdbusplus::bus_t>;
-    if (!device_subscriptions.empty())
+    if (std::any_of(paths_subscribed_here.begin(), paths_subscribed_here.end(),
+                    [](const auto& path) { return device_subscriptions.contains(path); }))
     {
         kept.push_back(std::move(bus));
     }

@@ -21,8 +21,8 @@ void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid);
 /// Ends all subscriptions of the device object at `path`, if there are any.
 void drop_device_subscriptions(const std::string& path);
 
-/// To be called with the monitor thread's connection when the thread ends: while there are any
-/// subscriptions, the connection is never released. Releasing the last reference to a default
+/// To be called with the monitor thread's connection when the thread ends: while any of its
+/// subscriptions are there, the connection is never released. Releasing the last reference to a default
 /// connection makes libsystemd clear the pointer to it in the storage of the thread that opened it,
 /// and that memory may be gone once the thread has ended.
 void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus);

@@ -78,9 +78,10 @@ void handle_interfaces_removed(sdbusplus::message_t& signal)
 {
     std::cout << "Received Interface Removed  Signal." << std::endl;
     const auto path = read_object_path(signal);
-    if (erase_device(path))
+    if (const auto eid = find_eid(path))
     {
         drop_device_subscriptions(path);
+        erase_device(*eid);
     }
     std::cout << "Object removed:" << path << std::endl;
     std::cout << "Interface Removed handler is completed." << std::endl;

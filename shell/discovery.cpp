@@ -70,16 +70,16 @@ void enter_device(Eid eid, const std::string& path)
     discovered_objects[eid] = path;
 }
 
-bool erase_device(const std::string& path)
+std::optional<Eid> find_eid(const std::string& path)
 {
     const auto device = std::find_if(discovered_objects.begin(), discovered_objects.end(),
                                      [&path](const auto& known) { return known.second == path; });
-    if (device == discovered_objects.end())
-    {
-        return false;
-    }
-    discovered_objects.erase(device);
-    return true;
+    return device == discovered_objects.end() ? std::nullopt : std::optional{device->first};
+}
+
+void erase_device(Eid eid)
+{
+    discovered_objects.erase(eid);
 }
 
 const std::string& object_path_entry(Eid eid)

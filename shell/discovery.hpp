@@ -24,8 +24,11 @@ std::optional<Eid> eid_from_path(const std::string& path);
 /// Enters a device, or replaces the path of the one known by this EID.
 void enter_device(Eid eid, const std::string& path);
 
-/// Forgets the first device, in EID order, that has this path. Returns whether there was one.
-bool erase_device(const std::string& path);
+/// The first EID, in ascending order, of a device that has this path; none when there is none.
+std::optional<Eid> find_eid(const std::string& path);
+
+/// Forgets the device known by this EID.
+void erase_device(Eid eid);
 
 /// The path known by this EID; an empty entry is created where there is none.
 const std::string& object_path_entry(Eid eid);

@@ -48,7 +48,7 @@ class Arguments
 
     std::string path()
     {
-        const std::string text = word("PATH");
+        std::string text = word("PATH");
         if (!sd_bus_object_path_is_valid(text.c_str()))
         {
             throw std::runtime_error("\"" + text + "\" is no valid object path");

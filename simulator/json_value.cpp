@@ -13,7 +13,7 @@ namespace
 {
 
 // A message has at most 128 MiB; more elements or bytes than these can never be sent.
-constexpr std::uint64_t longest_text = 128 * 1024 * 1024;
+constexpr std::uint64_t longest_text = 128ULL * 1024 * 1024;
 constexpr std::uint64_t most_elements = 1'000'000;
 constexpr int deepest_variant = 60;
 

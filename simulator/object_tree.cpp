@@ -52,6 +52,13 @@ ErrorReply unknown_property(const std::string& property)
     return standard_error("UnknownProperty", "Unknown property '" + property + "'.");
 }
 
+ErrorReply wrong_arguments(const std::string& member, const std::string& given,
+                           const std::string& wanted)
+{
+    return standard_error("InvalidArgs", "Invalid arguments '" + given + "' to call " + member +
+                                             "(), expecting '" + wanted + "'.");
+}
+
 /// Adds the element of `below` that follows `prefix`, if it lies below.
 void add_child(std::set<std::string>& children, const std::string& prefix, const std::string& below)
 {
@@ -217,9 +224,7 @@ std::variant<const Method*, ErrorReply> ObjectTree::resolve(const Call& call) co
         const std::string wanted = signature_of(method->in);
         if (given != wanted)
         {
-            return standard_error("InvalidArgs", "Invalid arguments '" + given + "' to call " +
-                                                     call.member + "(), expecting '" + wanted +
-                                                     "'.");
+            return wrong_arguments(call.member, given, wanted);
         }
         return method;
     }

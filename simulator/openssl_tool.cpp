@@ -111,6 +111,7 @@ class SpawnSettings
 pid_t spawn(const std::vector<std::string>& command, const SpawnSettings& settings)
 {
     std::vector<char*> words;
+    words.reserve(command.size() + 1);
     for (const std::string& word : command)
     {
         words.push_back(const_cast<char*>(word.c_str())); // posix_spawn does not write to them

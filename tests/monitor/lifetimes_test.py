@@ -2,7 +2,9 @@
 """Subscriptions that outlive the monitor's thread and its connection, in every order of their ends.
 Meant above all for runs under valgrind and the sanitizers; see valgrind.supp, lsan.supp and tsan.supp."""
 
+import os
 import resource
+from pathlib import Path
 
 from cases import (
     CPU_12,
@@ -86,6 +88,28 @@ def test_a_device_added_by_each_of_three_starts():
         client.restart_monitor()
         client.add(HALC_30, "HALC")
         client.finish()
+
+
+def open_sockets(client):
+    descriptors = Path(f"/proc/{client.process.pid}/fd").iterdir()
+    return sum(os.readlink(descriptor).startswith("socket:") for descriptor in descriptors)
+
+
+def test_only_connections_of_subscriptions_are_kept():
+    with monitoring() as client:
+        client.stop_monitor()
+        none = open_sockets(client)
+        client.start_monitor()
+        client.add(CPU_13, "CPU")
+        client.stop_monitor()
+        assert open_sockets(client) == none + 1
+        client.start_monitor()
+        client.restart_monitor()
+        client.add(NIC_20, "NIC")
+        client.remove(NIC_20)
+        client.stop_monitor()
+        assert open_sockets(client) == none + 1
+        client.leave()
 
 
 def test_operations_between_the_starts():

@@ -14,7 +14,7 @@ class Discovery : public testing::Test
     {
         while (!discovered_objects.empty())
         {
-            erase_device(std::string{discovered_objects.begin()->second});
+            erase_device(discovered_objects.begin()->first);
         }
     }
 };
@@ -100,16 +100,22 @@ TEST_F(Discovery, AnEntryIsCreatedWhereItIsAskedFor)
     EXPECT_EQ(discovered_objects.size(), 1U);
 }
 
-TEST_F(Discovery, OnlyTheFirstDeviceOfAPathIsErased)
+TEST_F(Discovery, TheFirstDeviceOfAPathIsFound)
 {
     enter_device(3, "/a/b");
     enter_device(1, "/a/b");
     enter_device(2, "/a/c");
-    EXPECT_TRUE(erase_device("/a/b"));
-    EXPECT_EQ(find_object_path(1), nullptr);
-    EXPECT_NE(find_object_path(3), nullptr);
-    EXPECT_FALSE(erase_device("/a/d"));
-    EXPECT_EQ(discovered_objects.size(), 2U);
+    EXPECT_EQ(find_eid("/a/b"), Eid{1});
+    EXPECT_EQ(find_eid("/a/d"), std::nullopt);
+}
+
+TEST_F(Discovery, OneDeviceIsErased)
+{
+    enter_device(3, "/a/b");
+    enter_device(1, "/a/b");
+    erase_device(1);
+    erase_device(2);
+    EXPECT_EQ(discovered_objects, (std::map<Eid, std::string>{{3, "/a/b"}}));
 }
 
 TEST_F(Discovery, TheListCountsFromOneInTheOrderOfTheEids)
