@@ -246,10 +246,14 @@ def command(simulator, text):
     assert reply == "ok", f"{text}: {reply}"
 
 
+def mask_times(text):
+    return re.sub(r"(Time taken ?\([Ii]n us\): )-?\d+", r"\1<us>", text)
+
+
 def mask(text):
     """What differs from run to run, replaced: microseconds and nonces (by the case they are in), on the
     screen and in the log of calls."""
-    text = re.sub(r"(Time taken ?\([Ii]n us\): )-?\d+", r"\1<us>", text)
+    text = mask_times(text)
     place = r'((?:32-byte nonce|\(lowercase\)|Nonce): |GetSignedMeasurement .* ")'
     text = re.sub(place + r"[0-9A-F]{64}(?![0-9A-Za-z])", r"\1<NONCE>", text)
     return re.sub(place + r"[0-9a-f]{64}(?![0-9A-Za-z])", r"\1<nonce>", text)
