@@ -211,7 +211,7 @@ def each_text(method, value):
     return cells
 
 
-NO_TEXT = "its reply is a number"
+NO_TEXT = "The reply is one number, or one bool."
 
 
 def empty_values(method):
@@ -285,12 +285,12 @@ def real(**how):
     return {"real": True, **how}
 
 
-BEHIND_XMID = "read right behind XMID on the connection that is open by then"
+BEHIND_XMID = "Read right behind XMID, on the connection that is open by then."
 
 
 def service_ends_in_mid_call(method):
     if method.key == "NameHasOwner":
-        return "the bus daemon answers by itself"
+        return "The bus daemon answers by itself."
     return [("", method.failed(UNANSWERED), real(during=service_ends, rules={"no_reply": True}))]
 
 
@@ -298,7 +298,7 @@ def service_gone(method):
     if method.key == "NameHasOwner":
         return [("", Outcome("not running", lambda: method.text(False)), real(before=service_ends))]
     if method.key == "Get DeviceEID":
-        return BEHIND_XMID + "; the service's going is the error ServiceUnknown"
+        return BEHIND_XMID + " The service's going then is the error ServiceUnknown."
     return [("", method.failed(UNANSWERED), real(before=service_ends))]
 
 
@@ -338,7 +338,7 @@ def connection_refused(method):
 
 def call_refused(method):
     if method.key == "Get DeviceEID":
-        return "a bus policy cannot tell it from the call for XMID"
+        return "A bus policy cannot tell it from the call for XMID."
     policy = f'<deny send_interface="{method.interface}" send_member="{method.member}"/>'
     return [("", method.failed(UNANSWERED), real(policy=policy))]
 
@@ -361,7 +361,7 @@ FAULTS = [
     Fault("empty", "empty texts, arrays, maps", empty_values),
     Fault("long", "texts of 1 MiB, 70,000 bytes of data", long_values),
     Fault("huge", "a reply of 24 MiB", huge_reply),
-    Fault("without-body", "a body without the fields of its signature", without_body),
+    Fault("without-body", "a signature, but no fields", without_body),
     Fault("garbage", "bytes that are no message", always_error(garbage)),
     Fault("connection-cut", "connection cut, no reply", connection_cut),
     Fault("connection-cut-in-mid-reply", "connection cut in mid-reply", connection_cut_in_mid_reply),

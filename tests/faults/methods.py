@@ -48,6 +48,7 @@ class Method:
     interface = SERVICE
     # The words for a failed exchange.
     failure = "error"
+    reached = ""
     fields = []
     lead, ready = "", MAIN_MENU
     trigger = ""
@@ -55,7 +56,7 @@ class Method:
     before_it = None
 
     def good(self, *values):
-        return Outcome("good", lambda: self.text(*(values or self.values())))
+        return Outcome("as good", lambda: self.text(*(values or self.values())))
 
     def failed(self, step):
         return Outcome(self.failure, lambda: self.failure_text(step))
@@ -69,6 +70,10 @@ class Method:
     def after(self, outcome):
         """What the trigger is followed by in the input, where that depends on the outcome."""
         return ""
+
+    def failure_note(self):
+        """What the document says of a failure: the first line of several."""
+        return f"`{self.failure_text(UNOPENED).splitlines()[0]}`"
 
     def text(self, *values):
         raise NotImplementedError
@@ -97,6 +102,7 @@ class Operation(Method):
 
 class ReAuthenticate(Operation):
     key = member = "ReAuthenticate"
+    reached = "operations menu, item 1"
     fields = [Field("status", "u", 1)]
     trigger = "1\n9\n"
 
@@ -110,6 +116,7 @@ class ReAuthenticate(Operation):
 
 class GetCertificate(Operation):
     key = member = "GetCertificate"
+    reached = "operations menu, item 2"
     fields = [Field("status", "q", 0), Field("path", "s", "/certificates/slot3.pem")]
     trigger = "2\n3\n9\n"
     prompts = SLOT_PROMPT
@@ -124,6 +131,7 @@ class GetCertificate(Operation):
 
 class GetCertificateProperties(Operation):
     key = member = "GetCertificateProperties"
+    reached = "operations menu, item 3"
     fields = [Field("status", "u", 0)]
     trigger = "3\n3\n9\n"
     prompts = SLOT_PROMPT
@@ -138,6 +146,7 @@ class GetCertificateProperties(Operation):
 
 class GetMeasurement(Operation):
     key = member = "GetMeasurement"
+    reached = "operations menu, item 6"
     fields = [
         Field("status", "q", 0),
         Field("count", "q", 2),
@@ -184,6 +193,7 @@ class GetMeasurement(Operation):
 
 class GetSignedMeasurement(Operation):
     key = member = "GetSignedMeasurement"
+    reached = "operations menu, item 7"
     fields = [
         Field("status", "u", 0),
         Field("data", "s", base64.b64encode(bytes(range(150))).decode()),
@@ -246,6 +256,7 @@ def reads_as(type_):
 
 class GetAll(Operation):
     key = member = "GetAll"
+    reached = "operations menu, item 4"
     interface = "org.freedesktop.DBus.Properties"
     fields = [
         Field(
@@ -285,7 +296,8 @@ class GetAll(Operation):
 class Get(Method):
     """A property for a row of the device table. The outcome's text is the device that the row shows."""
 
-    failure = "N/A"
+    failure = "`N/A`"
+    reached = "main menu, items 2 and 3"
     member = "Get"
     interface = "org.freedesktop.DBus.Properties"
     trigger = "2\n-1\n"
@@ -305,6 +317,9 @@ class Get(Method):
     def failure_text(self, step):
         return CPU_12._replace(xmid="N/A")
 
+    def failure_note(self):
+        return "the row shows `N/A`, and the EID of the path"
+
     def transcript(self, outcome):
         return (
             BANNER + MAIN_MENU + device_table(outcome.text())
@@ -316,6 +331,7 @@ class GetManagedObjects(Method):
     """The start. The outcome's text is what discovery prints, and the devices that it found."""
 
     failure = "error, no devices"
+    reached = "the start"
     key = member = "GetManagedObjects"
     interface = "org.freedesktop.DBus.ObjectManager"
     ready = ""
@@ -343,6 +359,9 @@ class GetManagedObjects(Method):
     def failure_text(self, step):
         return "ERROR: Failed to retrieve SPDM objects. Check D-Bus service availability.\n", []
 
+    def failure_note(self):
+        return f"`{self.failure_text(UNOPENED)[0].strip()}`; items 2 and 3 say `No objects found`"
+
     def after(self, outcome):
         return "-1\n" if outcome.text()[1] else ""
 
@@ -358,6 +377,7 @@ class NameHasOwner(Method):
     """What the suite asks the bus daemon when a device does not answer."""
 
     failure = "unknown"
+    reached = "main menu, item 3"
     key = member = "NameHasOwner"
     interface = "org.freedesktop.DBus"
     fields = [Field("owned", "b", True)]
