@@ -32,6 +32,8 @@ INDEX_PROMPTS = (
     "Enter the next value (enter -1 to stop): "
 )
 
+NO_SUCH_ROW = "Invalid device index selected.\nPlease try again...\n"
+
 BUS_ERROR_DETAILS = (
     "ERROR DETAILS: This typically means:\n"
     "  1. SPDM service (com.varn.bmc.spdm.spdm) is not running\n"
@@ -41,8 +43,9 @@ BUS_ERROR_DETAILS = (
 
 
 class Method:
-    """One method. `lead` is the input up to the last prompt before the call, which is `ready`; `trigger` is
-    the rest but the last answer, which ends the client."""
+    """One method. The client's input is `lead`, up to the last prompt before the call, which is `ready`; then
+    `step`, which makes the call and may be repeated; `back`, to the main menu; and what ends the client. In its
+    output `opening` is what `lead` calls forth."""
 
     key = member = ""
     interface = SERVICE
@@ -50,8 +53,8 @@ class Method:
     failure = "error"
     reached = ""
     fields = []
-    lead, ready = "", MAIN_MENU
-    trigger = ""
+    lead, ready, opening = "", MAIN_MENU, ""
+    step, back, closing = "", "", ""
     # The key of the call right before, where no prompt stands between.
     before_it = None
 
@@ -67,10 +70,6 @@ class Method:
     def values(self):
         return [field.value for field in self.fields]
 
-    def after(self, outcome):
-        """What the trigger is followed by in the input, where that depends on the outcome."""
-        return ""
-
     def failure_note(self):
         """What the document says of a failure: the first line of several."""
         return f"`{self.failure_text(UNOPENED).splitlines()[0]}`"
@@ -81,9 +80,15 @@ class Method:
     def failure_text(self, step):
         raise NotImplementedError
 
+    def back_from(self, outcome):
+        return self.back
+
+    def step_text(self, outcome):
+        raise NotImplementedError
+
     def transcript(self, outcome):
         """The client's whole output."""
-        raise NotImplementedError
+        return BANNER + MAIN_MENU + self.opening + self.step_text(outcome) + self.closing
 
 
 class Operation(Method):
@@ -91,20 +96,20 @@ class Operation(Method):
 
     lead = "2\n0\n"
     ready = OPERATIONS_MENU
+    opening = device_table(CPU_12) + "Selected device: EID=12\n" + OPERATIONS_MENU
+    back = "9\n"
+    closing = MAIN_MENU
     prompts = ""
 
-    def transcript(self, outcome):
-        return (
-            BANNER + MAIN_MENU + device_table(CPU_12) + "Selected device: EID=12\n" + OPERATIONS_MENU
-            + self.prompts + outcome.text() + OPERATIONS_MENU + MAIN_MENU
-        )
+    def step_text(self, outcome):
+        return self.prompts + outcome.text() + OPERATIONS_MENU
 
 
 class ReAuthenticate(Operation):
     key = member = "ReAuthenticate"
     reached = "operations menu, item 1"
     fields = [Field("status", "u", 1)]
-    trigger = "1\n9\n"
+    step = "1\n"
 
     def text(self, status):
         assert status == 1
@@ -118,7 +123,7 @@ class GetCertificate(Operation):
     key = member = "GetCertificate"
     reached = "operations menu, item 2"
     fields = [Field("status", "q", 0), Field("path", "s", "/certificates/slot3.pem")]
-    trigger = "2\n3\n9\n"
+    step = "2\n3\n"
     prompts = SLOT_PROMPT
 
     def text(self, status, path):
@@ -133,7 +138,7 @@ class GetCertificateProperties(Operation):
     key = member = "GetCertificateProperties"
     reached = "operations menu, item 3"
     fields = [Field("status", "u", 0)]
-    trigger = "3\n3\n9\n"
+    step = "3\n3\n"
     prompts = SLOT_PROMPT
 
     def text(self, status):
@@ -168,7 +173,7 @@ class GetMeasurement(Operation):
             ],
         ),
     ]
-    trigger = "6\n3\n1\n-1\n9\n"
+    step = "6\n3\n1\n-1\n"
     prompts = SLOT_PROMPT + INDEX_PROMPTS
 
     def text(self, status, count, blocks):
@@ -201,7 +206,7 @@ class GetSignedMeasurement(Operation):
         Field("signing", "s", "ED448"),
         Field("version", "s", "1.2"),
     ]
-    trigger = "7\n3\n1\n-1\n9\n"
+    step = "7\n3\n1\n-1\n"
     prompts = SLOT_PROMPT + INDEX_PROMPTS
 
     def text(self, status, *texts):
@@ -272,7 +277,7 @@ class GetAll(Operation):
             ],
         )
     ]
-    trigger = "4\n9\n"
+    step = "4\n"
 
     def text(self, properties):
         """The report up to the first property that is not there or of another type, then the error."""
@@ -300,7 +305,7 @@ class Get(Method):
     reached = "main menu, items 2 and 3"
     member = "Get"
     interface = "org.freedesktop.DBus.Properties"
-    trigger = "2\n-1\n"
+    step = "2\n-1\n"
 
     def __init__(self, name, type_, value):
         self.key = "Get " + name
@@ -320,11 +325,8 @@ class Get(Method):
     def failure_note(self):
         return "the row shows `N/A`, and the EID of the path"
 
-    def transcript(self, outcome):
-        return (
-            BANNER + MAIN_MENU + device_table(outcome.text())
-            + "Invalid device index selected.\nPlease try again...\n" + MAIN_MENU
-        )
+    def step_text(self, outcome):
+        return device_table(outcome.text()) + NO_SUCH_ROW + MAIN_MENU
 
 
 class GetManagedObjects(Method):
@@ -351,7 +353,7 @@ class GetManagedObjects(Method):
             ],
         )
     ]
-    trigger = "2\n"
+    step = "2\n"
 
     def text(self, objects):
         return "", [CPU_12._replace(path=path) for path in objects]
@@ -362,15 +364,24 @@ class GetManagedObjects(Method):
     def failure_note(self):
         return f"`{self.failure_text(UNOPENED)[0].strip()}`; items 2 and 3 say `No objects found`"
 
-    def after(self, outcome):
+    def back_from(self, outcome):
         return "-1\n" if outcome.text()[1] else ""
 
     def transcript(self, outcome):
         text, devices = outcome.text()
         selection = NO_OBJECTS
         if devices:
-            selection = device_table(*devices) + "Invalid device index selected.\nPlease try again...\n"
+            selection = device_table(*devices) + NO_SUCH_ROW
         return BANNER + text + MAIN_MENU + selection + MAIN_MENU
+
+
+RULE = "#" * 49 + "\n"
+SUITE_SELECTION = (
+    "Selected device: EID=12\n\n" + RULE + "#     COMPREHENSIVE MEASUREMENT TEST SUITE     #\n" + RULE
+    + "\nDevice Selection Options:\n1. Run on current device (EID 12)\n"
+    "2. Select device by index from discovered devices\n3. Run on all discovered SPDM devices\n"
+    "Enter choice (1-3): \n"
+)
 
 
 class NameHasOwner(Method):
@@ -383,7 +394,8 @@ class NameHasOwner(Method):
     fields = [Field("owned", "b", True)]
     lead = "3\n0\n"
     ready = "Enter choice (1-3): "
-    trigger = "1\n"
+    opening = device_table(CPU_12) + SUITE_SELECTION
+    step = "1\n"
     before_it = "GetAll"
 
     def text(self, owned):
@@ -394,19 +406,14 @@ class NameHasOwner(Method):
     def failure_text(self, step):
         return "? WARNING: Could not check SPDM service status\n"
 
-    def transcript(self, outcome):
-        rule = "#" * 49 + "\n"
+    def step_text(self, outcome):
         return (
-            BANNER + MAIN_MENU + device_table(CPU_12) + "Selected device: EID=12\n\n"
-            + rule + "#     COMPREHENSIVE MEASUREMENT TEST SUITE     #\n" + rule
-            + "\nDevice Selection Options:\n1. Run on current device (EID 12)\n"
-            "2. Select device by index from discovered devices\n3. Run on all discovered SPDM devices\n"
-            + "Enter choice (1-3): \n=== Checking SPDM Service Availability ===\n"
-            + f"ℹ INFO: Found device at path: {PATH}\n"
-            + "✗ FAIL: SPDM service communication failed. Check if service is running.\n"
+            "=== Checking SPDM Service Availability ===\n"
+            f"ℹ INFO: Found device at path: {PATH}\n"
+            "✗ FAIL: SPDM service communication failed. Check if service is running.\n"
             + BUS_ERROR_DETAILS + outcome.text()
             + "\n✗ ABORTING: SPDM service or device not available - cannot run measurement tests\n"
-            + rule + "#           MEASUREMENT TEST SUITE ABORTED       #\n" + rule + MAIN_MENU
+            + RULE + "#           MEASUREMENT TEST SUITE ABORTED       #\n" + RULE + MAIN_MENU
         )
 
 

@@ -7,14 +7,14 @@ import select
 import time
 from pathlib import Path
 
-from faults import UNKNOWN_OBJECT, cell_name, reply
+from faults import UNKNOWN_OBJECT, reply
 from methods import METHODS, PATH
 from stand_in_bus import StandInBus
 
 import harness
 from harness import Bench, exe_wrapper, mask_times
 
-PROMPT = b"Please Choose the option:\n"
+PROMPT = "Please Choose the option:\n"
 GOOD_ANSWERS = {method.key: reply(method.signature(), method.values()) for method in METHODS}
 
 
@@ -45,6 +45,7 @@ class Talk:
 
     def read_past(self, text, count=1):
         """Waits for `count` more times `text`, or the end of the output."""
+        text = text.encode()
         for _ in range(count):
             place = self.output.find(text, self.found)
             while place < 0 and not self.ended:
@@ -75,6 +76,29 @@ def descriptors_left(pid, native):
     return links
 
 
+def start_service(bench, rules):
+    """The simulator with one device and with rules by member."""
+    device = {
+        "path": PATH,
+        "preset": "bare",
+        "properties": {"XMID": ["s", "CPU-12"], "DeviceEID": ["q", 12]},
+        "methods": {member: rule for member, rule in rules.items() if member != "GetManagedObjects"},
+    }
+    objects = {member: rule for member, rule in rules.items() if member == "GetManagedObjects"}
+    fleet = bench.folder / "fleet.json"
+    fleet.write_text(json.dumps({"devices": [device], "methods": objects}))
+    return bench.start_simulator(fleet)
+
+
+def wait_for_call(bench, key):
+    """Waits until the simulator has received a call of the method."""
+    words = key.split()
+    harness.wait_until(
+        lambda: any(line.startswith(words[0] + " ") and words[-1] in line for line in bench.calls().splitlines()),
+        f"a call of {key}",
+    )
+
+
 class Stage:
     """A client at a bus, real or the stand-in."""
 
@@ -98,33 +122,13 @@ class Stage:
         return UNKNOWN_OBJECT if key == method.before_it == "GetAll" else GOOD_ANSWERS[key]
 
     def start_simulator(self):
-        """With the method's cell's rule; GetAll fails, which the availability check needs."""
-        member = self.cell.method.member
-        rule = dict(self.cell.rules or {})
-        if member == "Get":
-            rule["property"] = self.cell.method.key.split()[1]
+        """With the rule of the cell; GetAll fails, which the availability check needs."""
         rules = {"GetAll": {"error": ["org.freedesktop.DBus.Error.UnknownObject", "gone"]}}
         if self.cell.rules:
-            rules[member] = rule
-        objects = {"GetManagedObjects": rules.pop("GetManagedObjects")} if "GetManagedObjects" in rules else {}
-        device = {
-            "path": PATH,
-            "preset": "bare",
-            "properties": {"XMID": ["s", "CPU-12"], "DeviceEID": ["q", 12]},
-            "methods": rules,
-        }
-        fleet = self.bench.folder / "fleet.json"
-        fleet.write_text(json.dumps({"devices": [device], "methods": objects}))
-        return self.bench.start_simulator(fleet)
-
-    def wait_for_call(self):
-        words = self.cell.method.key.split()
-        harness.wait_until(
-            lambda: any(
-                line.startswith(words[0] + " ") and words[-1] in line for line in self.bench.calls().splitlines()
-            ),
-            f"a call of {self.cell.method.key}",
-        )
+            member, *property_name = self.cell.method.key.split()
+            selector = {"property": property_name[0]} if property_name else {}
+            rules[member] = self.cell.rules | selector
+        return start_service(self.bench, rules)
 
     def start_client(self):
         process = self.bench.start_client(env=self.cell.env, wrapper=self.wrapper)
@@ -133,33 +137,34 @@ class Stage:
     def play(self):
         """What differs from what the cell prescribes, as a text."""
         method, outcome = self.cell.method, self.cell.outcome
-        expected = method.transcript(outcome)
         if self.cell.before and not method.ready:
             self.cell.before(self)
         talk = self.start_client()
         talk.write(method.lead)
         if self.cell.before and method.ready:
-            talk.read_past(method.ready.encode())
+            talk.read_past(method.ready)
             self.cell.before(self)
-        talk.write(method.trigger + method.after(outcome))
+        talk.write(method.step + method.back_from(outcome))
         if self.cell.during:
-            self.wait_for_call()
+            wait_for_call(self.bench, self.cell.method.key)
             self.cell.during(self)
-        talk.found = 0
-        talk.read_past(PROMPT, expected.encode().count(PROMPT))
-        left = [] if talk.ended else descriptors_left(talk.process.pid, native=not self.wrapper)
-        talk.write("4\n")
-        talk.read_to_end()
-        return self.compare(expected, talk, left)
+        return finish(talk, method.transcript(outcome), native=not self.wrapper)
 
-    def compare(self, expected, talk, left):
-        status = talk.process.wait()
-        errors = talk.process.stderr()
-        complaints = [difference(expected, talk.text())]
-        complaints.append(f"exit status {status}, expected 0" if status else "")
-        complaints.append(f"on standard error:\n{errors}" if errors else "")
-        complaints.append(f"left open: {', '.join(left)}" if left else "")
-        return "\n".join(complaint for complaint in complaints if complaint)
+
+def finish(talk, expected, native):
+    """Ends the client from the last prompt of `expected`, all that it prints; returns what is not as it should."""
+    talk.found = 0
+    talk.read_past(PROMPT, expected.count(PROMPT))
+    left = [] if talk.ended else descriptors_left(talk.process.pid, native)
+    talk.write("4\n")
+    talk.read_to_end()
+    status = talk.process.wait()
+    errors = talk.process.stderr()
+    complaints = [difference(expected, talk.text())]
+    complaints.append(f"exit status {status}, expected 0" if status else "")
+    complaints.append(f"on standard error:\n{errors}" if errors else "")
+    complaints.append(f"left open: {', '.join(left)}" if left else "")
+    return "\n".join(complaint for complaint in complaints if complaint)
 
 
 def difference(expected, actual):
@@ -174,10 +179,6 @@ def difference(expected, actual):
     return "\n".join(lines)
 
 
-def play(cell, client, simulator, wrapper):
-    """Plays the cell; an exception is what differs, too."""
-    try:
-        with Bench(client, simulator, policy=cell.policy, bus=cell.real) as bench:
-            return Stage(cell, bench, wrapper).play()
-    except Exception as problem:  # one cell's failure is told, and the others run
-        return f"{cell_name(cell)}: {type(problem).__name__}: {problem}"
+def play(cell, options):
+    with Bench(options.client, options.simulator, policy=cell.policy, bus=cell.real) as bench:
+        return Stage(cell, bench, options.wrapper).play()
