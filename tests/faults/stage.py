@@ -76,6 +76,25 @@ def descriptors_left(pid, native):
     return links
 
 
+# The availability check asks the bus daemon only about a device that does not answer.
+NO_DEVICE = {"GetAll": {"error": ["org.freedesktop.DBus.Error.UnknownObject", "gone"]}}
+
+
+def as_json(value):
+    """A value of the wire as the simulator's fleet files write it."""
+    if isinstance(value, bytes):
+        return value.hex()
+    if isinstance(value, dict):
+        return {key: as_json(content) for key, content in value.items()}
+    return [as_json(part) for part in value] if isinstance(value, (list, tuple)) else value
+
+
+def good_rules():
+    """The simulator's rules for the good reply of each item of the operations menu."""
+    methods = [method for method in METHODS if method.member not in ("Get", "GetManagedObjects", "NameHasOwner")]
+    return {method.key: {"reply": [method.signature(), *map(as_json, method.values())]} for method in methods}
+
+
 def start_service(bench, rules):
     """The simulator with one device and with rules by member."""
     device = {
@@ -123,7 +142,7 @@ class Stage:
 
     def start_simulator(self):
         """With the rule of the cell; GetAll fails, which the availability check needs."""
-        rules = {"GetAll": {"error": ["org.freedesktop.DBus.Error.UnknownObject", "gone"]}}
+        rules = dict(NO_DEVICE)
         if self.cell.rules:
             member, *property_name = self.cell.method.key.split()
             selector = {"property": property_name[0]} if property_name else {}
