@@ -163,7 +163,13 @@ def another_type(method):
     return cells
 
 
-PROPERTY_OTHERS = {"u": [("q", 1), ("x", 1)], "q": [("u", 1), ("d", 1.5)], "s": [("u", 1), ("ay", b"1")], "b": [("u", 1), ("y", 1)]}
+# The first is a type that properties may have, the second one that they may not.
+PROPERTY_OTHERS = {
+    "u": [("q", 1), ("x", 1)],
+    "q": [("u", 1), ("d", 1.5)],
+    "s": [("u", 1), ("ay", b"1")],
+    "b": [("u", 1), ("y", 1)],
+}
 
 
 def report_outcome(outcome, fails):
@@ -344,17 +350,21 @@ def call_refused(method):
 
 
 STANDARD_ERROR = "org.freedesktop.DBus.Error."
+SERVICE_UNKNOWN = error(STANDARD_ERROR + "ServiceUnknown", "The name was not provided by any .service files")
 UNKNOWN_OBJECT = error(STANDARD_ERROR + "UnknownObject", "Unknown object.")
+UNKNOWN_METHOD = error(STANDARD_ERROR + "UnknownMethod", "Unknown method.")
+ACCESS_DENIED = error(STANDARD_ERROR + "AccessDenied", "Rejected.")
+OWN_ERROR = "com.example.Odd.Failure"
 
 FAULTS = [
     Fault("control", "none: a good reply", control),
-    Fault("error-service-unknown", "error ServiceUnknown", always_error(error(STANDARD_ERROR + "ServiceUnknown", "The name was not provided by any .service files"))),
+    Fault("error-service-unknown", "error ServiceUnknown", always_error(SERVICE_UNKNOWN)),
     Fault("error-unknown-object", "error UnknownObject", always_error(UNKNOWN_OBJECT)),
-    Fault("error-unknown-method", "error UnknownMethod", always_error(error(STANDARD_ERROR + "UnknownMethod", "Unknown method."))),
-    Fault("error-access-denied", "error AccessDenied", always_error(error(STANDARD_ERROR + "AccessDenied", "Rejected."))),
-    Fault("error-custom", "an error of the service's own", always_error(error("com.example.Odd.Failure", "Out of tea."))),
-    Fault("error-without-a-text", "an error without a text", always_error(error("com.example.Odd.Failure"))),
-    Fault("error-with-a-long-text", "an error with 1 MiB of text", always_error(error("com.example.Odd.Failure", LONG))),
+    Fault("error-unknown-method", "error UnknownMethod", always_error(UNKNOWN_METHOD)),
+    Fault("error-access-denied", "error AccessDenied", always_error(ACCESS_DENIED)),
+    Fault("error-custom", "an error of the service's own", always_error(error(OWN_ERROR, "Out of tea."))),
+    Fault("error-without-a-text", "an error without a text", always_error(error(OWN_ERROR))),
+    Fault("error-with-a-long-text", "an error with 1 MiB of text", always_error(error(OWN_ERROR, LONG))),
     Fault("another-type", "a field of another type", another_type),
     Fault("cut-short", "fields left out", cut_short),
     Fault("further-fields", "further fields behind", further_fields),

@@ -312,9 +312,8 @@ class Get(Method):
         self.before_it = "Get XMID" if name == "DeviceEID" else None
         other = {"s": [("o", "/a"), ("u", 1), ("ay", b"1")], "q": [("u", 12), ("n", 12), ("s", "12")]}[type_]
         others = [Other(f"content-as-{wrong}", "v", (wrong, content)) for wrong, content in other]
-        self.fields = [
-            Field(name, "v", (type_, value), [Other("no-variant", type_, value), *others, Other("variant-in-it", "v", ("v", (type_, value)))])
-        ]
+        others += [Other("no-variant", type_, value), Other("variant-in-it", "v", ("v", (type_, value)))]
+        self.fields = [Field(name, "v", (type_, value), others)]
 
     def text(self, value):
         return CPU_12._replace(**{"xmid": value[1]} if value[0] == "s" else {"eid": value[1]})
@@ -327,6 +326,9 @@ class Get(Method):
 
     def step_text(self, outcome):
         return device_table(outcome.text()) + NO_SUCH_ROW + MAIN_MENU
+
+
+ODD_PROPERTIES = {"A": ("a{sv}", {"b": ("d", 0.5)}), "C": ("(xay)", (1, b"1"))}
 
 
 class GetManagedObjects(Method):
@@ -349,7 +351,7 @@ class GetManagedObjects(Method):
                 Other("interfaces-as-properties", "a{oa{sv}}", {PATH: {}}),
                 Other("interface-names-as-paths", "a{oa{oa{sv}}}", {PATH: {"/a": {}}}),
                 Other("properties-as-texts", "a{oa{sa{ss}}}", {PATH: {SERVICE: {"XMID": "a"}}}),
-                Other("values-of-any-type", "a{oa{sa{sv}}}", {PATH: {SERVICE: {"A": ("a{sv}", {"b": ("d", 0.5)}), "C": ("(xay)", (1, b"1"))}}}, False),
+                Other("values-of-any-type", "a{oa{sa{sv}}}", {PATH: {SERVICE: ODD_PROPERTIES}}, fails=False),
             ],
         )
     ]
