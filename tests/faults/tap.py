@@ -23,19 +23,30 @@ def told(play, *arguments):
         return f"{type(problem).__name__}: {problem}"
 
 
+def select(cases, names):
+    """The cases of these names; where there is none of a name, those whose names begin with it."""
+    selected = {}
+    for name in names or [""]:
+        found = {name: cases[name]} if name in cases else {key: cases[key] for key in cases if key.startswith(name)}
+        if not found:
+            sys.exit(f"no name begins with {name}")
+        selected |= found
+    return selected
+
+
 def run_cases(cases, options):
     """Plays those of `cases` (functions that return what differs, by name) that are wanted. Returns how many
     failed."""
-    wanted = {name: play for name, play in cases.items() if name.startswith(tuple(options.names or [""]))}
-    if not wanted:
-        sys.exit(f"no name begins with {' or '.join(options.names)}")
+    wanted = select(cases, options.names)
     print(f"1..{len(wanted)}", flush=True)
     failed = 0
     for number, (name, play) in enumerate(wanted.items(), 1):
         start = time.monotonic()
         problem = told(play, options)
         failed += bool(problem)
-        print("".join(f"# {line}\n" for line in (problem or "").splitlines()), end="")
+        if problem:
+            print("".join(f"# {line}\n" for line in problem.splitlines()), end="")
+            print(f"# alone: {sys.argv[0]} {options.client} {options.simulator} {name}")
         print("not ok" if problem else "ok", number, name, flush=True)
         if options.durations:
             print(f"# {time.monotonic() - start:.3f} s")
