@@ -100,7 +100,7 @@ class Console : public std::streambuf
         }
     }
 
-    static constexpr std::size_t most_text = 1 << 17;
+    static constexpr std::size_t most_text = 1 << 16;
 
     std::mutex mutex;
     /// Whether the main thread has printed since its last flush.

@@ -1,5 +1,5 @@
-// Input: blocks, each of index, algorithm, type (2, 4 and 2 bytes), how often its data is repeated (2 bytes)
-// and how long that is (a byte), and the data.
+// Input: blocks, each of index, algorithm, type (2, 4 and 2 bytes), how often its data is repeated and how
+// long that is (a byte each), and the data. 255 repeats data beyond 64 KiB.
 
 #include "fuzz/support/byte_source.hpp"
 #include "fuzz/support/expected_dump.hpp"
@@ -19,7 +19,8 @@ MeasurementBlock next_block(ByteSource& source)
     const auto index = source.number<std::uint16_t>();
     const auto algorithm = source.number<std::uint32_t>();
     const auto type = source.number<std::uint16_t>();
-    const auto repetitions = source.number<std::uint16_t>() % 300U; // more than 64 KiB at the most
+    const unsigned choice = source.byte();
+    const auto repetitions = choice == 255 ? 257 : choice % 4;
     const auto bytes = source.bytes(source.byte());
     std::vector<std::uint8_t> data;
     for (unsigned repetition = 0; repetition <= repetitions; ++repetition)
