@@ -25,9 +25,9 @@ bool is_repeat(const Json& json)
            json.contains("times");
 }
 
-std::uint64_t times_of(const JsonPlace& place, std::uint64_t greatest)
+std::size_t times_of(const JsonPlace& place, std::uint64_t greatest)
 {
-    return place.member("times").unsigned_number(greatest);
+    return static_cast<std::size_t>(place.member("times").unsigned_number(greatest));
 }
 
 template <typename Sequence>
@@ -36,7 +36,7 @@ Sequence repeated(const Sequence& once, const JsonPlace& place)
     const auto times = times_of(place, longest_text / (once.empty() ? 1 : once.size()));
     Sequence all;
     all.reserve(once.size() * times);
-    for (std::uint64_t i = 0; i < times && !once.empty(); ++i)
+    for (std::size_t i = 0; i < times && !once.empty(); ++i)
     {
         all.insert(all.end(), once.begin(), once.end());
     }

@@ -81,7 +81,7 @@ Action error_action(const JsonPlace& place)
 
 Action cut_action(const JsonPlace& place)
 {
-    return CutShort{place.unsigned_number(most_fields)};
+    return CutShort{static_cast<std::size_t>(place.unsigned_number(most_fields))};
 }
 
 void demand_true(const JsonPlace& place)

@@ -16,6 +16,7 @@ ARM64_WRAPPER = "qemu-aarch64-static"
 PROGRAM, DATA = 0o755, 0o644
 CLIENT_FILES = {
     "usr/bin/spdm-client": PROGRAM,
+    "usr/share/dbus-1/interfaces/com.varn.bmc.spdm.spdm.xml": DATA,
     "usr/share/doc/spdm-client/changelog.gz": DATA,
     "usr/share/doc/spdm-client/com.varn.bmc.spdm.spdm.xml": DATA,
     "usr/share/doc/spdm-client/copyright": DATA,
@@ -26,7 +27,7 @@ CLIENT_FILES = {
 KEYS = ("ed25519", "ed448", "p256", "p384", "p521", "rsa2048", "rsa3072", "rsa4096")
 SIMULATOR_FILES = {
     "usr/bin/spdm-simulator": PROGRAM,
-    "usr/share/dbus-1/system.d/com.varn.bmc.spdm.spdm.conf": DATA,
+    "usr/share/dbus-1/system.d/spdm-simulator.conf": DATA,
     "usr/share/doc/spdm-simulator/README.md": DATA,
     "usr/share/doc/spdm-simulator/changelog.gz": DATA,
     "usr/share/doc/spdm-simulator/copyright": DATA,
@@ -83,11 +84,12 @@ def check_folders(folder):
             assert path.stat().st_mode & 0o7777 == 0o755, f"{path}: not of mode 0755"
 
 
-def check_manual(page, title):
+def check_manual(page, title, version):
     env = dict(os.environ, LC_ALL="C.UTF-8", MANWIDTH="80")
     shown = run("man", "--warnings", "-l", page, env=env)
     assert not shown.stderr, f"{page}:\n{shown.stderr}"
     assert shown.stdout.startswith(title), f"{page} begins with {shown.stdout[:80]!r}"
+    assert version in shown.stdout.splitlines()[-1], f"{page} is not of version {version}: {shown.stdout[-200:]!r}"
 
 
 def check_programs(folder):
@@ -110,7 +112,7 @@ def main():
     client, simulator = (Path(name).resolve() for name in sys.argv[1:])
     assert field(client, "Package") == "spdm-client", client
     assert field(simulator, "Package") == "spdm-simulator", simulator
-    assert "openssl" in field(simulator, "Depends").split(", "), "the simulator signs with openssl"
+    assert "openssl" in field(simulator, "Recommends").split(", "), "the simulator signs with openssl"
     os.environ.pop("LD_LIBRARY_PATH", None)
     if field(client, "Architecture") == "arm64" and os.uname().machine != "aarch64":
         os.environ["MESON_EXE_WRAPPER"] = ARM64_WRAPPER
@@ -125,7 +127,7 @@ def main():
             unpack(package, folder)
         for program in ("spdm-client", "spdm-simulator"):
             page = folder / f"usr/share/man/man1/{program}.1.gz"
-            check_manual(page, f"{program.upper()}(1)")
+            check_manual(page, f"{program.upper()}(1)", field(client, "Version"))
         check_programs(folder)
 
 
