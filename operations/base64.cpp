@@ -31,11 +31,9 @@ std::vector<std::uint8_t> decode_base64(std::string_view text)
     const auto sextet = [&](std::size_t place) -> std::uint32_t {
         return sextets[static_cast<unsigned char>(text[place])];
     };
-    std::vector<std::uint8_t> bytes;
-    bytes.reserve(text.size() / 4 * 3 + 2);
-    const auto put = [&bytes](std::uint32_t byte) {
-        bytes.push_back(static_cast<std::uint8_t>(byte));
-    };
+    std::vector<std::uint8_t> bytes(text.size() / 4 * 3 + 2);
+    auto end = bytes.begin();
+    const auto put = [&end](std::uint32_t byte) { *end++ = static_cast<std::uint8_t>(byte); };
 
     std::size_t place = 0;
     for (; place + 4 <= text.size(); place += 4)
@@ -63,5 +61,6 @@ std::vector<std::uint8_t> decode_base64(std::string_view text)
     {
         put(group >> (left - 8));
     }
+    bytes.erase(end, bytes.end());
     return bytes;
 }

@@ -14,8 +14,14 @@ constexpr std::size_t most_offset_digits = sizeof(std::size_t) * CHAR_BIT / 4;
 
 constexpr char hex_digits[] = "0123456789abcdef";
 
+/// Two digits and a blank. A fourth character rounds them up to what one store takes; the next byte's
+/// text, or the line's end, goes over it.
+using ByteText = std::array<char, 4>;
+constexpr std::size_t characters_per_byte = 3;
+
 /// Holds the longest line: two blanks, offset, ": ", bytes, line end.
-using Line = std::array<char, 2 + most_offset_digits + 2 + 3 * bytes_per_line + 1>;
+using Line =
+    std::array<char, 2 + most_offset_digits + 2 + characters_per_byte * bytes_per_line + 1>;
 
 char* write_offset(char* end, std::size_t offset)
 {
@@ -35,14 +41,11 @@ char* write_offset(char* end, std::size_t offset)
     return end;
 }
 
-/// Two digits and a blank.
-using ByteText = std::array<char, 3>;
-
 constexpr auto byte_texts = [] {
     std::array<ByteText, 256> texts{};
     for (std::size_t byte = 0; byte < texts.size(); ++byte)
     {
-        texts[byte] = {hex_digits[byte >> 4], hex_digits[byte & 0xf], ' '};
+        texts[byte] = {hex_digits[byte >> 4], hex_digits[byte & 0xf], ' ', '\0'};
     }
     return texts;
 }();
@@ -52,7 +55,7 @@ char* write_bytes(char* end, std::span<const std::uint8_t> bytes)
     for (const auto byte : bytes)
     {
         std::memcpy(end, byte_texts[byte].data(), sizeof(ByteText));
-        end += sizeof(ByteText);
+        end += characters_per_byte;
     }
     return end;
 }
