@@ -5,6 +5,7 @@
 #include "shell/property_map.hpp"
 #include "shell/status.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <string>
@@ -19,7 +20,8 @@ void print_sender(sdbusplus::message_t& signal, const char* label)
     const std::string sender = signal.get_path();
     for (const auto& [eid, path] : discovered_objects)
     {
-        if (path == sender)
+        // From their ends: the paths of devices of a kind begin alike, and there may be thousands.
+        if (std::equal(path.rbegin(), path.rend(), sender.rbegin(), sender.rend()))
         {
             std::cout << label << eid << std::endl;
         }
