@@ -347,4 +347,5 @@ def main():
                 client.expect_a_clean_end()
 
 
-main()
+if __name__ == "__main__":
+    main()
