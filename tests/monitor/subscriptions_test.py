@@ -230,6 +230,16 @@ def test_paths_without_a_number_share_the_empty_entry():
         client.leave(NOT_SUBSCRIBED * 2)
 
 
+def test_signals_do_not_name_the_empty_entry():
+    with monitoring() as client:
+        client.command(added(CPU, SOCKET))
+        client.expect(unsubscribed_text("CPU", SOCKET))
+        client.add(CPU_13, "CPU")
+        expect_signals(client, CPU_13, all_texts(13))
+        expect_table(client, EMPTY, CPU_12, CPU_13)
+        client.leave(NOT_SUBSCRIBED)
+
+
 def test_a_device_replaces_the_empty_entry():
     with monitoring() as client:
         client.command(added(CPU, SOCKET))
