@@ -2,6 +2,7 @@
 
 import re
 import shutil
+import time
 from dataclasses import dataclass
 
 from measuring import follow_to_the_end, run_once, time_flood
@@ -11,6 +12,7 @@ SERVICE = "com.varn.bmc.spdm.spdm"
 ROOT = "/com/varn/bmc/spdm/spdm"
 FIRST_DEVICE = f"{ROOT}/cpu/cpu_1"
 SIGNATURE_SIZE = 96
+SECONDS_TO_SUBSCRIBE = 0.5
 
 GET_OBJECTS = ("org.freedesktop.DBus.ObjectManager", "GetManagedObjects")
 
@@ -150,6 +152,8 @@ def flooded(tool, case, service):
                             conversation.text):
             if not conversation.read():
                 raise BenchError(f"{tool.monitor} ended: {conversation.text.decode()}")
+        # gdbus subscribes only after it has said so. What it missed would be missed in the proof.
+        time.sleep(SECONDS_TO_SUBSCRIBE)
         wall = time_flood(service, conversation, tool.shown.format(case.signals - 1))
         conversation.process.terminate()
         return wall
