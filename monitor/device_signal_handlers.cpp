@@ -5,7 +5,6 @@
 #include "shell/property_map.hpp"
 #include "shell/status.hpp"
 
-#include <algorithm>
 #include <cstdint>
 #include <iostream>
 #include <string>
@@ -18,10 +17,11 @@ namespace
 void print_sender(sdbusplus::message_t& signal, const char* label)
 {
     const std::string sender = signal.get_path();
+    const auto last = sender.back();
     for (const auto& [eid, path] : discovered_objects)
     {
-        // From their ends: the paths of devices of a kind begin alike, and there may be thousands.
-        if (std::equal(path.rbegin(), path.rend(), sender.rbegin(), sender.rend()))
+        // The last characters first: the paths of a kind begin alike, and there may be thousands.
+        if (path.ends_with(last) && path == sender)
         {
             std::cout << label << eid << std::endl;
         }
