@@ -36,10 +36,10 @@ MONITOR = "2\n0\n8\n"
 
 CASES = [
     Case("start-1", "--devices 1", "start", "4\n", {"instructions": 2.9}),
-    Case("start-100", "--devices 100", "start", "4\n", {"instructions": 1.35}),
+    Case("start-100", "--devices 100", "start", "4\n", {"instructions": 1.5}),
     Case("start-1000", "--devices 1000", "start", "4\n", tools=False),
-    Case("start-10000", "--devices 10000", "start", "4\n", {"instructions": 1.2, "cpu": 1.3}),
-    Case("table-100", "--devices 100", "table", "2\n101\n4\n", {"cpu": 1.3, "instructions": 1.25},
+    Case("start-10000", "--devices 10000", "start", "4\n", {"instructions": 1.4, "cpu": 2.2}),
+    Case("table-100", "--devices 100", "table", "2\n101\n4\n", {"cpu": 1.35, "instructions": 1.4},
          tools=False),
     Case("regression-100", "--devices 100", "regression", "1\n4\n",
          {"cpu": 1.3, "wall": 1.2, "instructions": 1.25, "writes": 1}),
