@@ -23,11 +23,14 @@ def measurement_text(path, blocks, count=1):
     if not blocks:
         return text + "ℹ INFO: No measurement data returned\n"
     text += "\n📊 DETAILED MEASUREMENT DATA ANALYSIS\n" + "=" * 60 + "\n"
-    for number, data in enumerate(blocks, 1):
-        text += f"\n📋 MEASUREMENT BLOCK {number}\n" + "-" * 40
-        text += f"\nIndex:         1\nAlgorithm:     2\nType:          3\nData Size:     {len(data)} bytes\nData (Hex):\n"
-        text += dump(data) + "\n"
-    return text
+    return text + "".join(block_text(number, data) for number, data in enumerate(blocks, 1))
+
+
+def block_text(number, data):
+    return (
+        f"\n📋 MEASUREMENT BLOCK {number}\n" + "-" * 40 + "\nIndex:         1\nAlgorithm:     2\nType:          3\n"
+        f"Data Size:     {len(data)} bytes\nData (Hex):\n{dump(data)}\n"
+    )
 
 
 def signed_measurement_text(path, text, hashing="SHA-512", signing="ED448", version="1.2"):
