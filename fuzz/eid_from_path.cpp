@@ -35,8 +35,9 @@ void require_consistent_table(Eid eid, const std::string& path)
     enter_device(eid, path);
     const auto* entered = find_object_path(eid);
     require(entered != nullptr && *entered == path, "an entered device is found");
-    require(erase_device(path), "an entered device is erased");
-    require(discovered_objects.empty(), "nothing else was entered");
+    require(find_eid(path) == eid, "its path leads to it");
+    erase_device(eid);
+    require(discovered_objects.empty(), "an erased device is gone, and nothing else was entered");
 }
 
 } // namespace
