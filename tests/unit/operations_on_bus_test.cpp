@@ -5,6 +5,7 @@
 #include "private_bus.hpp"
 #include "raw_bus.hpp"
 #include "shell/discovery.hpp"
+#include "suites/measurement_test_cases.hpp"
 #include "suites/service_availability.hpp"
 
 #include <gtest/gtest.h>
@@ -344,6 +345,37 @@ INSTANTIATE_TEST_SUITE_P(
                         "Time taken (in us): <us>\n" +
                         measurement_analysis),
         OperationCase{"ErrorReply", measure, {}, 1, measurement_called + measurement_failed}),
+    name_of_case);
+
+OperationCase unexpected_success(const std::string& name, int (*test_case)(),
+                                 const std::string& heading, const std::string& verdict)
+{
+    const auto nothing = reply("qqa(qayuq)", 0, 0, 0);
+    return {name,
+            test_case,
+            {{"GetMeasurement", nothing}},
+            0,
+            heading + measurement_called +
+                "DEBUG: Reading D-Bus reply...\n"
+                "DEBUG: Read status: 0\n"
+                "DEBUG: Read NumMeasurements: 0\n"
+                "DEBUG: Read measurement data, size: 0\n"
+                "Get Measurement Status: 0 (Success) NumMeasurements: 0 "
+                "Time taken (in us): <us>\n"
+                "ℹ INFO: No measurement data returned\n" +
+                verdict};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    TestCasesThatShouldFail, OperationOnBus,
+    testing::Values(unexpected_success(
+                        "InvalidIndex", [] { return test_invalid_index(eid, 256, 0); },
+                        "\n=== Testing Invalid Measurement Index 256 ===\n",
+                        "⚠ WARNING: Invalid measurement index unexpectedly passed\n"),
+                    unexpected_success(
+                        "InvalidSlot", [] { return test_invalid_slot(eid, 8); },
+                        "\n=== Testing Invalid Slot ID 8 ===\n",
+                        "⚠ WARNING: Invalid slot ID unexpectedly passed\n")),
     name_of_case);
 
 int measure_signed()
