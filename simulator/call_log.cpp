@@ -25,7 +25,8 @@ std::string call_line(const Call& call)
                        or_dash(body_signature(call.arguments));
     for (const Value& argument : call.arguments)
     {
-        line += " " + json_from_value(argument).dump();
+        line += ' ';
+        line += json_from_value(argument).dump();
     }
     return line;
 }

@@ -86,7 +86,7 @@ std::vector<std::string> sign_command(const Signing& signing)
         return {"pkeyutl",        "-sign", "-rawin",          "-inkey",
                 openssl_key_path, "-in",   openssl_input_path};
     }
-    std::vector<std::string> command{"dgst", "-" + std::string(digest_name(signing.hashing)),
+    std::vector<std::string> command{"dgst", std::string("-").append(digest_name(signing.hashing)),
                                      "-sign", openssl_key_path};
     if (signing.algorithm->scheme == Scheme::rsa_pss)
     {

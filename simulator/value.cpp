@@ -32,7 +32,7 @@ Value bytes_value(Bytes content)
 
 Value struct_value(Body fields)
 {
-    std::string signature = "(" + body_signature(fields) + ")";
+    auto signature = std::string("(").append(body_signature(fields)).append(")");
     return {std::move(signature), std::move(fields)};
 }
 

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """How the operator starts and stops the monitor, over pipes and over a terminal."""
 
+import re
 import time
+from pathlib import Path
 
 from cases import (
     CPU_12,
@@ -15,7 +17,15 @@ from cases import (
     monitoring,
     run_cases,
     session,
+    wait_until,
 )
+
+
+def waits_of_the_monitor(client):
+    """How often the monitor's thread has gone to sleep."""
+    threads = Path(f"/proc/{client.process.pid}/task").iterdir()
+    states = [(thread / "status").read_text() for thread in threads if int(thread.name) != client.process.pid]
+    return sum(int(re.search(r"^voluntary_ctxt_switches:\s+(\d+)", state, re.MULTILINE)[1]) for state in states)
 
 
 def expect_still_monitoring(client, number):
@@ -194,6 +204,16 @@ def test_stops_at_once():
             durations.append(time.monotonic() - begin)
         client.leave()
     assert min(durations) < 0.1, f"{durations} s"
+
+
+def test_waits_a_millisecond_a_turn():
+    with monitoring() as client:
+        enough = waits_of_the_monitor(client) + 100
+        begin = time.monotonic()
+        wait_until(lambda: waits_of_the_monitor(client) >= enough, "a hundred waits", deadline=5)
+        seconds = time.monotonic() - begin
+        client.finish()
+    assert 0.09 < seconds < 2, f"a hundred waits in {seconds} s"
 
 
 def test_starts_again_from_another_visit_of_the_menu():

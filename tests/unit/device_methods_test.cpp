@@ -220,7 +220,7 @@ TEST(GetSignedMeasurement, IsRefused)
     EXPECT_EQ(measure_signed(device, {7}, 1, ""), refused(9));
     EXPECT_EQ(measure_signed(device, {1}, 0, ""), refused(6));
     EXPECT_EQ(measure_signed(device, {1}, 1, "00"), refused(6));
-    EXPECT_EQ(measure_signed(device, {1}, 1, std::string(63, '0') + "x"), refused(6));
+    EXPECT_EQ(measure_signed(device, {1}, 1, std::string(63, '0').append("x")), refused(6));
     EXPECT_EQ(measure_signed(device, {1}, 1, std::string(65, '0')), refused(6));
     device.properties["SignedMeasurement"] = bool_value(false);
     EXPECT_EQ(measure_signed(device, {1}, 1, ""), refused(10));

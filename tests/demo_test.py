@@ -1,0 +1,107 @@
+#!/usr/bin/env python3
+"""Runs scripts/demo as a newcomer would, and ends it in every way: it leaves no process and no file behind.
+Called without arguments. Builds what the demo builds, so it is run by hand and by CI, not by every test."""
+
+import os
+import signal
+import tempfile
+from pathlib import Path
+
+from flushes_test import BANNER, OPERATIONS_MENU, TOP_MENU
+from harness import Process, mask, wait_until
+
+DEMO = Path(__file__).resolve().parent.parent / "scripts/demo"
+START = "".join(BANNER) + TOP_MENU
+SECONDS_TO_END = 10
+
+
+def left_running(folder):
+    """The command lines of all who were started with this folder for temporary files."""
+    found = []
+    for process in Path("/proc").glob("[0-9]*"):
+        try:
+            if f"TMPDIR={folder}\0".encode() in (process / "environ").read_bytes():
+                found.append((process / "cmdline").read_text())
+        except OSError:  # it has ended, or is somebody else's
+            pass
+    return found
+
+
+class Demo(Process):
+    """The demo, run from another folder. When it has ended, nothing is left of it."""
+
+    def __init__(self, *arguments):
+        self.folder = tempfile.TemporaryDirectory()
+        super().__init__(
+            ["env", "--chdir=/", DEMO, *arguments], env={"TMPDIR": self.folder.name}, wrapper=[]
+        )
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+        self.folder.cleanup()
+
+    def expect_end(self, status):
+        assert self.wait(SECONDS_TO_END) == status, self.stderr()
+        wait_until(lambda: not left_running(self.folder.name), "the last process's end", SECONDS_TO_END)
+        assert os.listdir(self.folder.name) == []
+
+
+def test_input_from_a_pipe():
+    with Demo() as demo:
+        demo.write("2\n0\n1\n9\n4\n")
+        demo.close_input()
+        output = mask(demo.read_to_end())
+        assert output.startswith(START), output
+        conversation = (
+            f"Selected device: EID=10\n{OPERATIONS_MENU}"
+            f"ReAuth Status: Passed Time taken(In us): <us>\n{OPERATIONS_MENU}{TOP_MENU}"
+        )
+        assert output.endswith(conversation), output
+        demo.expect_end(0)
+        assert demo.stderr() == "building...\n", demo.stderr()
+
+
+def test_a_request_to_end(request):
+    with Demo() as demo:
+        demo.wait_for(START)
+        os.kill(demo.pid, request)
+        demo.expect_end(128 + request)
+
+
+def test_a_request_to_end_what_repeats_without_end():
+    with Demo() as demo:
+        demo.write("2\n0\n")
+        demo.close_input()
+        demo.wait_for(2 * f"Invalid method.\nPlease try again...\n{OPERATIONS_MENU}")
+        os.kill(demo.pid, signal.SIGTERM)
+        demo.expect_end(128 + signal.SIGTERM)
+
+
+def test_a_closed_terminal():
+    with Demo() as demo:
+        demo.wait_for(START)
+        os.killpg(demo.pid, signal.SIGHUP)
+        demo.expect_end(128 + signal.SIGHUP)
+
+
+def test_a_fleet_that_is_not_there():
+    with Demo("/nowhere.json") as demo:
+        demo.expect_end(2)
+        assert "/nowhere.json cannot be read\n" in demo.stderr(), demo.stderr()
+
+
+def main():
+    for _ in range(2):
+        test_input_from_a_pipe()
+    for request in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+        test_a_request_to_end(request)
+    test_a_request_to_end_what_repeats_without_end()
+    test_a_closed_terminal()
+    test_a_fleet_that_is_not_there()
+
+
+if __name__ == "__main__":
+    main()
