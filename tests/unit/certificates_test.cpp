@@ -1,4 +1,5 @@
 #include "operations/certificates.hpp"
+#include "recorded_console.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +11,9 @@ constexpr Eid unknown = 12;
 template <typename Operation>
 void expect_unknown_device(Operation operation)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     const int result = operation();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_EQ(console.lines(), "Object name not found.\n");
     EXPECT_EQ(result, 1);
 }
 

@@ -1,3 +1,4 @@
+#include "recorded_console.hpp"
 #include "suites/comprehensive_suite.hpp"
 
 #include <gtest/gtest.h>
@@ -108,10 +109,10 @@ TEST(Suite, OfAnUnknownDeviceRunsTheFailureTestsAlone)
     const std::string index_failed = "measurement index correctly failed\n";
     const std::string slot_failed = "slot ID correctly failed\n";
 
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     run_comprehensive_test_suite(7);
     EXPECT_EQ(
-        testing::internal::GetCapturedStdout(),
+        console.lines(),
         "\n" + rule +
             "#     COMPREHENSIVE MEASUREMENT TEST SUITE     #\n"
             "#               DEVICE EID:   7               #\n" +

@@ -1,6 +1,7 @@
 #include "monitor/device_signal_handlers.hpp"
 #include "private_bus.hpp"
 #include "raw_bus.hpp"
+#include "recorded_console.hpp"
 #include "shell/discovery.hpp"
 
 #include <gtest/gtest.h>
@@ -30,12 +31,12 @@ TEST(DeviceError, NamesEveryEidOfItsPath)
     sdbusplus::message_t signal{raw.get()};
     discovered_objects = {{3, path}, {12, "/com/varn/bmc/spdm/spdm/cpu/cpu_2"}, {65535, path}};
 
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     handle_device_error(signal);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Received Error Signal for EID: 3\n"
-                                                      "Received Error Signal for EID: 65535\n"
-                                                      "Error: 5\n"
-                                                      "Error handler is completed.\n");
+    EXPECT_EQ(console.lines(), "Received Error Signal for EID: 3\n"
+                               "Received Error Signal for EID: 65535\n"
+                               "Error: 5\n"
+                               "Error handler is completed.\n");
     discovered_objects.clear();
 }
 

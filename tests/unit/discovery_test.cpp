@@ -1,3 +1,4 @@
+#include "recorded_console.hpp"
 #include "shell/discovery.hpp"
 
 #include <gtest/gtest.h>
@@ -85,12 +86,11 @@ TEST_F(Discovery, ALaterPathReplacesAnEarlierOne)
 
 TEST_F(Discovery, AnUnknownEidHasNoPathAndIsSaid)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     EXPECT_EQ(find_object_path(9), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    testing::internal::CaptureStdout();
+    EXPECT_EQ(console.lines(), "");
     EXPECT_EQ(resolve_object_path(9), nullptr);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_EQ(console.lines(), "Object name not found.\n");
     EXPECT_TRUE(discovered_objects.empty());
 }
 
@@ -122,16 +122,16 @@ TEST_F(Discovery, TheListCountsFromOneInTheOrderOfTheEids)
 {
     enter_device(30, "/a/x30");
     enter_device(4, "/a/x4");
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     EXPECT_EQ(list_objects(), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "1: /a/x4\n2: /a/x30\n\n");
+    EXPECT_EQ(console.lines(), "1: /a/x4\n2: /a/x30\n<not flushed>\n");
 }
 
 TEST_F(Discovery, TheEmptyListIsSaid)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     EXPECT_EQ(list_objects(), -1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "No objects found\n");
+    EXPECT_EQ(console.lines(), "No objects found\n");
 }
 
 TEST_F(Discovery, AnUnknownDeviceHasAnEmptyIdentity)

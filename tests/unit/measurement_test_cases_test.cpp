@@ -1,3 +1,4 @@
+#include "recorded_console.hpp"
 #include "suites/measurement_test_cases.hpp"
 
 #include <gtest/gtest.h>
@@ -27,9 +28,9 @@ class OnAnUnknownDevice : public testing::TestWithParam<TestCase>
 
 TEST_P(OnAnUnknownDevice, TheCallFails)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     const auto result = GetParam().run();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+    EXPECT_EQ(console.lines(),
               GetParam().heading + "Object name not found.\n" + GetParam().verdict);
     EXPECT_EQ(result, 1);
 }

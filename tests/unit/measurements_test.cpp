@@ -1,4 +1,5 @@
 #include "operations/measurements.hpp"
+#include "recorded_console.hpp"
 
 #include <gtest/gtest.h>
 
@@ -60,9 +61,9 @@ TEST(MeasurementAnalysis, LeavesTheStreamsFormat)
 
 TEST(GetMeasurement, OfAnUnknownDeviceIsAFailure)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     EXPECT_EQ(get_measurement(5, 0, {1}), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_EQ(console.lines(), "Object name not found.\n");
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "operations/nonce.hpp"
+#include "recorded_console.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,9 +11,9 @@ namespace
 
 std::string generate(bool lowercase, std::string& printed)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     auto nonce = generate_nonce(lowercase);
-    printed = testing::internal::GetCapturedStdout();
+    printed = console.lines();
     return nonce;
 }
 
@@ -64,9 +65,9 @@ TEST(Nonce, IsNeverTheSame)
 
 TEST(Nonce, WithoutARandomSourcePrintsNothing)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     EXPECT_THROW(generate_nonce(true, "/no/such/device"), std::runtime_error);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(console.lines(), "");
 }
 
 } // namespace

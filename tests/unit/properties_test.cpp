@@ -1,4 +1,5 @@
 #include "operations/properties.hpp"
+#include "recorded_console.hpp"
 
 #include <gtest/gtest.h>
 
@@ -139,6 +140,15 @@ TEST(PropertyReport, EndsBehindTheLabelOfAnAbsentBool)
               report_before("Certificate ") + "Certificate                         : ");
 }
 
+TEST(PropertyReport, SwitchesToWordsBeforeABoolThatIsAbsent)
+{
+    auto properties = all_properties();
+    properties.erase("Certificate");
+    std::ostringstream out;
+    EXPECT_THROW(print_properties(out, properties), std::bad_variant_access);
+    EXPECT_TRUE(out.flags() & std::ios_base::boolalpha);
+}
+
 TEST(PropertyReport, EndsBehindTheLabelOfAPropertyOfAnotherType)
 {
     for (const auto& [name, value] : all_properties())
@@ -168,9 +178,9 @@ TEST(PropertyReport, LeavesBoolsPrintedAsWords)
 
 TEST(PropertyReport, OfAnUnknownDeviceIsAFailure)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     EXPECT_EQ(show_properties(5), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_EQ(console.lines(), "Object name not found.\n");
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "recorded_console.hpp"
 #include "suites/service_availability.hpp"
 
 #include <gtest/gtest.h>
@@ -14,12 +15,11 @@ class UnknownDevice : public testing::TestWithParam<Eid>
 /// A call would print what becomes of it, so nothing is sent.
 TEST_P(UnknownDevice, IsNotAvailable)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     const auto available = check_service_availability(GetParam());
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "\n=== Checking SPDM Service Availability ===\n"
-              "✗ FAIL: Device EID " +
-                  std::to_string(GetParam()) + " not found in device list\n");
+    EXPECT_EQ(console.lines(), "\n=== Checking SPDM Service Availability ===\n"
+                               "✗ FAIL: Device EID " +
+                                   std::to_string(GetParam()) + " not found in device list\n");
     EXPECT_EQ(available, 0);
     EXPECT_TRUE(discovered_objects.empty());
 }

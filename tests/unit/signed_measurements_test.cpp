@@ -1,4 +1,5 @@
 #include "operations/signed_measurements.hpp"
+#include "recorded_console.hpp"
 
 #include <gtest/gtest.h>
 
@@ -309,9 +310,9 @@ TEST(Analysis, LeavesTheStreamsFormat)
 
 TEST(GetSignedMeasurement, OfAnUnknownDeviceIsAFailure)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     EXPECT_EQ(get_signed_measurement(5, {1}, 0, ""), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_EQ(console.lines(), "Object name not found.\n");
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "recorded_console.hpp"
 #include "suites/slot_discovery.hpp"
 
 #include <gtest/gtest.h>
@@ -7,9 +8,9 @@ namespace
 
 TEST(SlotDiscovery, OfAnUnknownDeviceFindsNothing)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     const auto slots = get_supported_slots(12);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Object name not found.\n");
+    EXPECT_EQ(console.lines(), "Object name not found.\n");
     EXPECT_EQ(slots, SlotList{});
     EXPECT_TRUE(discovered_objects.empty());
 }

@@ -1,3 +1,4 @@
+#include "recorded_console.hpp"
 #include "shell/status.hpp"
 
 #include <gtest/gtest.h>
@@ -103,9 +104,9 @@ class StatusAdvice : public testing::TestWithParam<AdviceCase>
 
 TEST_P(StatusAdvice, PrintsAndJudges)
 {
-    testing::internal::CaptureStdout();
+    const RecordedConsole console;
     const auto verdict = status_advice(GetParam().code);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), GetParam().printed);
+    EXPECT_EQ(console.lines(), GetParam().printed);
     EXPECT_EQ(verdict, GetParam().verdict);
 }
 
