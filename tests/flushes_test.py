@@ -1,21 +1,8 @@
 #!/usr/bin/env python3
 """What the client writes, and when: each line at once, a prompt before the answer is read.
-Standard output is a pipe in packet mode, where every write(2) arrives by itself.
 Called as: FILE CLIENT SIMULATOR"""
 
-import difflib
-import json
-import os
-import select
-import subprocess
-import sys
-import tempfile
-import time
-
-from harness import DEADLINE, Bench, end_with_parent, exe_wrapper, mask
-
-# A longer write would arrive in pieces.
-LONGEST_WRITE = 4096
+from writes import check_conversation
 
 NIC = "/com/varn/bmc/spdm/spdm/nicController/nic_7"
 CPU = "/com/varn/bmc/spdm/spdm/cpu/cpu_12"
@@ -249,103 +236,5 @@ CONVERSATION = [
 ]
 
 
-class Client:
-    """The client with its standard output on a pipe in packet mode."""
-
-    def __init__(self, program, address):
-        stdin, self.input = os.pipe()
-        self.output, stdout = os.pipe2(os.O_DIRECT | os.O_CLOEXEC)
-        self.errors = tempfile.TemporaryFile()
-        self.child = subprocess.Popen(
-            [*exe_wrapper(), program],
-            env=dict(os.environ, DBUS_SYSTEM_BUS_ADDRESS=address),
-            stdin=stdin,
-            stdout=stdout,
-            stderr=self.errors,
-            preexec_fn=end_with_parent,
-        )
-        os.close(stdin)
-        os.close(stdout)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.child.kill()
-        self.child.wait()
-        os.close(self.input)
-        os.close(self.output)
-        self.errors.close()
-
-    def answer(self, text):
-        os.write(self.input, text.encode())
-
-    def writes(self, count=None):
-        """The next `count` writes, or all up to the end; fewer when the end or the deadline comes before."""
-        found = []
-        end = time.monotonic() + DEADLINE
-        while len(found) != count:
-            if not select.select([self.output], [], [], max(0, end - time.monotonic()))[0]:
-                break
-            data = os.read(self.output, 2 * LONGEST_WRITE)
-            if not data:
-                break
-            assert len(data) < LONGEST_WRITE, f"a write of {len(data)} bytes may be a part of one"
-            found.append(mask(data.decode(errors="replace")))
-        return found
-
-    def expect_a_clean_end(self):
-        status = self.child.wait(DEADLINE)
-        self.errors.seek(0)
-        errors = self.errors.read().decode(errors="replace")
-        assert (status, errors) == (0, ""), f"exit status {status}, standard error {errors!r}"
-
-
-def compare(expected, found, session):
-    """Fails with the differences, a line for each write."""
-    difference = "\n".join(
-        difflib.unified_diff(
-            [repr(write) for write in expected],
-            [repr(write) for write in found],
-            "expected writes",
-            f"writes when answered {session}",
-            lineterm="",
-        )
-    )
-    if difference:
-        sys.exit(difference)
-
-
-def answered_at_once(client):
-    """Every write there is, compared as a whole."""
-    client.answer("".join(f"{answer}\n" for answer, _ in CONVERSATION if answer))
-    expected = [write for _, writes in CONVERSATION for write in writes]
-    compare(expected, client.writes(), "at once")
-
-
-def answered_one_by_one(client):
-    """No answer is given before the writes that are to come first have come."""
-    expected, found = [], []
-    for answer, writes in CONVERSATION:
-        if answer:
-            client.answer(f"{answer}\n")
-        expected += writes
-        found += client.writes(len(writes))
-        compare(expected, found, f"one by one, up to {answer}")
-    compare(expected, found + client.writes(), "one by one")
-
-
-def main():
-    client_program, simulator_program = sys.argv[1:]
-    with Bench(client_program, simulator_program) as bench:
-        fleet = bench.folder / "fleet.json"
-        fleet.write_text(json.dumps(FLEET))
-        bench.start_simulator(fleet)
-        for session in (answered_at_once, answered_one_by_one):
-            with Client(client_program, bench.address) as client:
-                session(client)
-                client.expect_a_clean_end()
-
-
 if __name__ == "__main__":
-    main()
+    check_conversation(FLEET, CONVERSATION)

@@ -8,9 +8,12 @@ import select
 import shlex
 import shutil
 import signal
+import socket
+import struct
 import subprocess
 import tempfile
 import time
+from collections import namedtuple
 from pathlib import Path
 
 DEADLINE = float(os.environ.get("SPDM_TEST_DEADLINE", "60"))
@@ -53,6 +56,7 @@ def wait_until(condition, what, deadline=None):
 
 LIBC = ctypes.CDLL(None)
 PR_SET_PDEATHSIG = 1
+SO_TIMESTAMPNS = 35
 
 
 def end_with_parent():
@@ -60,18 +64,24 @@ def end_with_parent():
     LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
 
 
-class Process:
-    """A child with pipes, or a terminal, for its streams. Its output is read as it comes."""
+# What one write(2) wrote, and when, in seconds; no later reading makes that time wrong.
+Write = namedtuple("Write", "text time")
 
-    def __init__(self, command, env=None, terminal=False, wrapper=None):
+
+class Process:
+    """A child with pipes, or a terminal, for its streams. Its output is read as it comes; with `packets`
+    every write(2) comes by itself, and `writes` collects them."""
+
+    def __init__(self, command, env=None, terminal=False, wrapper=None, packets=False):
         streams = {}
+        self.packets, self.writes = None, []
         if terminal:
             self.input, slave = pty.openpty()
             self.output = self.input
             streams = {"stdin": slave, "stdout": slave, "stderr": slave}
         else:
             stdin, self.input = os.pipe()
-            self.output, stdout = os.pipe()
+            self.output, stdout = self.packet_socket() if packets else os.pipe()
             self.errors = tempfile.TemporaryFile()
             streams = {"stdin": stdin, "stdout": stdout, "stderr": self.errors}
         self.terminal = terminal
@@ -92,6 +102,12 @@ class Process:
     def pid(self):
         return self.child.pid
 
+    def packet_socket(self):
+        """Like a pipe whose writes stay apart. The kernel takes their times."""
+        self.packets, sender = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
+        self.packets.setsockopt(socket.SOL_SOCKET, SO_TIMESTAMPNS, 1)
+        return os.dup(self.packets.fileno()), sender.detach()
+
     def write(self, text):
         os.write(self.input, text.encode() if isinstance(text, str) else text)
 
@@ -105,13 +121,20 @@ class Process:
         if self.ended or not select.select([self.output], [], [], timeout)[0]:
             return
         try:
-            data = os.read(self.output, 1 << 16)
+            data = self.read_packet() if self.packets else os.read(self.output, 1 << 16)
         except OSError:  # a terminal whose other side is gone
             data = b""
         self.ended = not data
         self.pending += data
         text, self.pending = split_utf8(self.pending)
         self.seen += text
+
+    def read_packet(self):
+        data, notes, *_ = self.packets.recvmsg(1 << 16, 64)
+        for _, _, note in notes:
+            seconds, nanoseconds = struct.unpack("qq", note)
+            self.writes.append(Write(data.decode(errors="replace"), seconds + nanoseconds / 1e9))
+        return data
 
     def wait_for(self, text, start=0, deadline=None):
         """Reads until `text` stands in the output behind `start`; returns the place behind it."""
@@ -162,6 +185,8 @@ class Process:
         for descriptor in {self.input, self.output} - {None}:
             os.close(descriptor)
         self.input = self.output = None
+        if self.packets:
+            self.packets.close()
         if not self.terminal:
             self.errors.close()
 

@@ -234,12 +234,12 @@ class Session:
     """The client as its operator sees it, the simulator, and the bus. `expect` accounts for all of the
     client's standard output, piece by piece."""
 
-    def __init__(self, bench, devices, terminal, prefix):
+    def __init__(self, bench, devices, prefix, **streams):
         self.bench = bench
         self.echo = ""
         self.start_service(*devices)
         wrapper = programs.wrapper.split() if programs.wrapper else exe_wrapper()
-        self.process = bench.start_client(terminal=terminal, wrapper=[*prefix, *wrapper])
+        self.process = bench.start_client(wrapper=[*prefix, *wrapper], **streams)
         self.expect(BANNER + MAIN_MENU)
         self.select(0, *devices)
 
@@ -404,11 +404,11 @@ def available(pipe):
 
 
 @contextmanager
-def session(*devices, terminal=False, prefix=(), **bus):
-    """A bus, the simulator with `devices`, and the client with the operations menu of the first. The
-    words of `prefix` are a command that runs the client."""
+def session(*devices, terminal=False, packets=False, prefix=(), **bus):
+    """A bus, the simulator with `devices`, and the client with the operations menu of the first, on a
+    terminal or with its writes apart. The words of `prefix` are a command that runs the client."""
     with Bench(programs.client, programs.simulator, **bus) as bench:
-        yield Session(bench, devices or [CPU_12], terminal, prefix)
+        yield Session(bench, devices or [CPU_12], prefix, terminal=terminal, packets=packets)
 
 
 @contextmanager
