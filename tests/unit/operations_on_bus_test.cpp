@@ -613,6 +613,16 @@ TEST_F(OnBus, ServiceThatIsNotThereIsNotAvailable)
     EXPECT_EQ(result, 0);
 }
 
+TEST_F(OnBus, ServiceCannotBeLookedForWithoutABus)
+{
+    daemon.stop();
+    int result = -1;
+    EXPECT_EQ(printed_by(check_availability, result),
+              availability_head + communication_failed +
+                  "? WARNING: Could not check SPDM service status\n");
+    EXPECT_EQ(result, 0);
+}
+
 //
 // Discovery
 //
