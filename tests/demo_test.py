@@ -13,6 +13,7 @@ from harness import Process, mask, wait_until
 DEMO = Path(__file__).resolve().parent.parent / "scripts/demo"
 START = "".join(BANNER) + TOP_MENU
 SECONDS_TO_END = 10
+REQUESTS_TO_END = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
 
 
 def left_running(folder):
@@ -94,9 +95,12 @@ def test_a_fleet_that_is_not_there():
 
 
 def main():
+    # What a program started in the background ignores, its shells cannot trap.
+    for request in REQUESTS_TO_END:
+        signal.signal(request, signal.SIG_DFL)
     for _ in range(2):
         test_input_from_a_pipe()
-    for request in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+    for request in REQUESTS_TO_END:
         test_a_request_to_end(request)
     test_a_request_to_end_what_repeats_without_end()
     test_a_closed_terminal()
