@@ -3,6 +3,12 @@
 #include <thread>
 
 /// Watches the service's signals on a thread of its own between start and stop.
+///
+/// What both threads use has no lock. The thread's creation orders all that the menu's thread did before
+/// it, and the join in stop_monitor() all that the handlers did before what the menus read of it next. In
+/// between only the handlers touch the devices' tables, while the menu's thread reads numbers up to -1.
+/// Both print to std::cout, which is synchronised with C's streams and so locked by them: no line is lost,
+/// but lines of the two may stand in any order.
 class spdm_dbus_client
 {
   public:

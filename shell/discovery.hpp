@@ -10,7 +10,8 @@ using Eid = std::uint16_t;
 
 /// The known devices' object paths by EID. Only the functions below write it: discovery before the
 /// first menu and, while the monitor runs, the monitor's handlers on their thread. The main thread
-/// does not touch it meanwhile, so there is no lock.
+/// does not touch it meanwhile, so there is no lock: the monitor thread's creation and its join put the
+/// accesses in order.
 extern std::map<Eid, std::string> discovered_objects;
 
 /// One entry of `discovered_objects`.

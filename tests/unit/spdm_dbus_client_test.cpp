@@ -11,11 +11,16 @@
 #include <new>
 #include <thread>
 
+namespace
+{
+bool monitor_cannot_wait = false;
+}
+
 /// Stands before the bus library's function, which that itself calls, too: the monitor's wait of a
-/// millisecond fails, and that is no bus error.
+/// millisecond fails where it is told to, and that is no bus error.
 extern "C" int sd_bus_wait(sd_bus* connection, std::uint64_t microseconds)
 {
-    if (microseconds == 1000)
+    if (monitor_cannot_wait && microseconds == 1000)
     {
         throw std::bad_alloc{};
     }
@@ -29,6 +34,7 @@ namespace
 
 void monitor_for_a_while()
 {
+    monitor_cannot_wait = true;
     const PrivateBus daemon;
     spdm_dbus_client monitor;
     monitor.start_monitor();
@@ -39,6 +45,18 @@ void monitor_for_a_while()
 TEST(Monitor, EndsTheProcessAtWhatIsNoBusError)
 {
     EXPECT_EXIT(monitor_for_a_while(), testing::KilledBySignal(SIGABRT), "std::bad_alloc");
+}
+
+void destroy_at_work()
+{
+    const PrivateBus daemon;
+    spdm_dbus_client monitor;
+    monitor.start_monitor();
+}
+
+TEST(Monitor, EndsTheProcessWhenDestroyedAtWork)
+{
+    EXPECT_EXIT(destroy_at_work(), testing::KilledBySignal(SIGABRT), "without an active exception");
 }
 
 } // namespace
