@@ -13,6 +13,7 @@ from harness import Bench, mask
 
 ARM64_WRAPPER = "qemu-aarch64-static"
 
+TESTS = Path(__file__).resolve().parent
 PROGRAM, DATA = 0o755, 0o644
 CLIENT_FILES = {
     "usr/bin/spdm-client": PROGRAM,
@@ -39,7 +40,7 @@ SIMULATOR_FILES = {
 }
 
 # The device at index 2 fails its re-authentication, which tells the fleet from an empty or another one.
-TYPED = "2\n2\n1\n9\n4\n"
+TYPED = "2\n2\n1\n8\n-1\n9\n4\n"
 
 
 def run(*command, **options):
@@ -92,11 +93,12 @@ def check_manual(page, title, version):
     assert version in shown.stdout.splitlines()[-1], f"{page} is not of version {version}: {shown.stdout[-200:]!r}"
 
 
-def check_programs(folder):
-    """The unpacked client on a private bus, against the unpacked simulator and a fleet of its package."""
-    expected = (Path(__file__).parent / "package_transcript.txt").read_text(encoding="utf-8")
-    with Bench(folder / "usr/bin/spdm-client", folder / "usr/bin/spdm-simulator") as bench:
-        bench.start_simulator(folder / "usr/share/spdm-simulator/fleets/bench.json")
+def check_programs(prefix):
+    """The installed client on a private bus, against the installed simulator and one of its fleets."""
+    programs = (prefix / "bin/spdm-client", prefix / "bin/spdm-simulator")
+    expected = (TESTS / "package_transcript.txt").read_text(encoding="utf-8")
+    with Bench(*programs) as bench:
+        bench.start_simulator(prefix / "share/spdm-simulator/fleets/bench.json")
         client = bench.start_client()
         client.write(TYPED)
         client.close_input()
@@ -104,6 +106,7 @@ def check_programs(folder):
         assert client.wait() == 0, f"the client's exit status is {client.wait()}"
         assert not client.stderr(), client.stderr()
         require_equal(expected.split("\n"), output.split("\n"), "the transcript")
+    run(sys.executable, TESTS / "monitor/fleets_test.py", *programs, "one-by-one")
 
 
 def main():
@@ -128,7 +131,7 @@ def main():
         for program in ("spdm-client", "spdm-simulator"):
             page = folder / f"usr/share/man/man1/{program}.1.gz"
             check_manual(page, f"{program.upper()}(1)", field(client, "Version"))
-        check_programs(folder)
+        check_programs(folder / "usr")
 
 
 if __name__ == "__main__":

@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+"""Installs the build into a folder, compares the files there with those of the packages, and runs the
+programs from there. Called as: FILE BUILD"""
+
+import json
+import sys
+import tempfile
+from pathlib import Path
+
+from package_test import CLIENT_FILES, SIMULATOR_FILES, check_programs, files_below, listing, require_equal, run
+
+# What only a package has.
+ADDED = ("changelog.gz", "copyright")
+
+
+def installed(files):
+    return {
+        name.removeprefix("usr/").removesuffix(".gz"): mode
+        for name, mode in files.items()
+        if not name.endswith(ADDED)
+    }
+
+
+def check_install(build, folder):
+    run("meson", "install", "-C", build, "--no-rebuild", "--destdir", folder)
+    prefix = folder / "usr/local"
+    files = {**installed(CLIENT_FILES), **installed(SIMULATOR_FILES)}
+    require_equal(listing(files), listing(files_below(prefix)), "the installed files")
+    check_programs(prefix)
+
+
+def check_without_simulator(source, folder):
+    """A build that is configured without the simulator, built or not, installs the client's files only."""
+    run("meson", "setup", folder, source, "--prefix=/usr", "-Dtests=disabled", "-Dsimulator=disabled")
+    found = json.loads(run("meson", "introspect", "--installed", folder).stdout).values()
+    names = {name.removeprefix("/usr/") for name in found}
+    assert "bin/spdm-client" in names, names
+    assert names <= installed(CLIENT_FILES).keys(), names - installed(CLIENT_FILES).keys()
+
+
+def main():
+    with tempfile.TemporaryDirectory(prefix="spdm-install-") as folder:
+        check_install(sys.argv[1], Path(folder) / "root")
+        check_without_simulator(Path(__file__).resolve().parent.parent, Path(folder) / "build")
+
+
+if __name__ == "__main__":
+    main()
