@@ -1,5 +1,5 @@
 #include "private_bus.hpp"
-#include "raw_bus.hpp"
+#include "raw_service.hpp"
 
 #include <gtest/gtest.h>
 #include <sdbusplus/bus.hpp>
@@ -8,7 +8,6 @@
 #include <sdbusplus/message.hpp>
 #include <systemd/sd-bus.h>
 
-#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -120,10 +119,7 @@ std::string describe(sd_bus_message* message)
     return text;
 }
 
-/// Writes the body of a message with raw sd-bus.
-using Body = std::function<void(sd_bus_message*)>;
-
-/// The other end: raw sd-bus on a connection and a thread of its own.
+/// The other end.
 ///   Echo    replies with what it got, and keeps a description of it
 ///   Return  replies with what it got
 ///   Answer  replies with the body that the test gave
@@ -132,21 +128,7 @@ using Body = std::function<void(sd_bus_message*)>;
 class Peer
 {
   public:
-    explicit Peer(Body answer = {}) : answer(std::move(answer)), connection(open_raw_bus())
-    {
-        require(sd_bus_add_fallback(connection.get(), nullptr, "/", handle, this));
-        require(sd_bus_request_name(connection.get(), peer_name, 0));
-        thread = std::thread{[this] { serve(); }};
-    }
-
-    ~Peer()
-    {
-        stopping = true;
-        thread.join();
-    }
-
-    Peer(const Peer&) = delete;
-    Peer& operator=(const Peer&) = delete;
+    explicit Peer(Body answer = {}) : answer(std::move(answer)) {}
 
     std::string last_signature()
     {
@@ -161,22 +143,6 @@ class Peer
     }
 
   private:
-    void serve()
-    {
-        while (!stopping)
-        {
-            if (sd_bus_process(connection.get(), nullptr) == 0)
-            {
-                sd_bus_wait(connection.get(), 2000);
-            }
-        }
-    }
-
-    static int handle(sd_bus_message* call, void* context, sd_bus_error*)
-    {
-        return static_cast<Peer*>(context)->reply_to(call);
-    }
-
     int reply_to(sd_bus_message* call)
     {
         const std::string member = sd_bus_message_get_member(call);
@@ -220,18 +186,16 @@ class Peer
         }
         if (member == "Emit")
         {
-            require(sd_bus_emit_signal(connection.get(), sd_bus_message_get_path(call),
+            require(sd_bus_emit_signal(sd_bus_message_get_bus(call), sd_bus_message_get_path(call),
                                        peer_interface, "Signal", "s", "hello"));
         }
     }
 
     Body answer;
-    RawBus connection;
-    std::thread thread;
-    std::atomic<bool> stopping = false;
     std::mutex mutex;
     std::string signature;
     std::string content;
+    RawService service{peer_name, [this](sd_bus_message* call) { return reply_to(call); }};
 };
 
 /// what() of the failure that the action ends with.

@@ -1,18 +1,12 @@
 #pragma once
 
-#include "raw_bus.hpp"
+#include "raw_service.hpp"
 
 #include <systemd/sd-bus.h>
 
-#include <atomic>
-#include <functional>
 #include <map>
 #include <string>
-#include <thread>
 #include <utility>
-
-/// Writes the body of a reply with raw sd-bus.
-using Body = std::function<void(sd_bus_message*)>;
 
 /// A body of these types; the values are such as sd_bus_message_append() takes.
 template <typename... Values>
@@ -25,43 +19,13 @@ Body reply(const char* types, Values... values)
 /// Replies by member; for Get by "Get " and the property. What is not there is refused by an error.
 using Answers = std::map<std::string, Body>;
 
-/// The service: raw sd-bus on a connection and a thread of its own.
+/// The service, as the client sees it.
 class StandIn
 {
   public:
-    explicit StandIn(Answers answers) : answers(std::move(answers)), connection(open_raw_bus())
-    {
-        require(sd_bus_add_fallback(connection.get(), nullptr, "/", handle, this));
-        require(sd_bus_request_name(connection.get(), "com.varn.bmc.spdm.spdm", 0));
-        thread = std::thread{[this] { serve(); }};
-    }
-
-    ~StandIn()
-    {
-        stopping = true;
-        thread.join();
-    }
-
-    StandIn(const StandIn&) = delete;
-    StandIn& operator=(const StandIn&) = delete;
+    explicit StandIn(Answers answers) : answers(std::move(answers)) {}
 
   private:
-    void serve()
-    {
-        while (!stopping)
-        {
-            if (sd_bus_process(connection.get(), nullptr) == 0)
-            {
-                sd_bus_wait(connection.get(), 2000);
-            }
-        }
-    }
-
-    static int handle(sd_bus_message* call, void* context, sd_bus_error*)
-    {
-        return static_cast<StandIn*>(context)->reply_to(call);
-    }
-
     int reply_to(sd_bus_message* call)
     {
         const auto answer = answers.find(key_of(call));
@@ -90,7 +54,6 @@ class StandIn
     }
 
     Answers answers;
-    RawBus connection;
-    std::thread thread;
-    std::atomic<bool> stopping = false;
+    RawService service{"com.varn.bmc.spdm.spdm",
+                       [this](sd_bus_message* call) { return reply_to(call); }};
 };
