@@ -12,7 +12,7 @@ constexpr std::size_t bytes_per_line = 16;
 constexpr std::size_t least_offset_digits = 4;
 constexpr std::size_t most_offset_digits = sizeof(std::size_t) * CHAR_BIT / 4;
 
-constexpr char hex_digits[] = "0123456789abcdef";
+constexpr char digit_characters[] = "0123456789abcdef";
 
 /// Two digits and a blank. A fourth character rounds them up to what one store takes; the next byte's
 /// text, or the line's end, goes over it.
@@ -34,7 +34,7 @@ char* write_offset(char* end, std::size_t offset)
     *end++ = ' ';
     while (digits-- > 0)
     {
-        *end++ = hex_digits[offset >> (4 * digits) & 0xf];
+        *end++ = digit_characters[offset >> (4 * digits) & 0xf];
     }
     *end++ = ':';
     *end++ = ' ';
@@ -45,7 +45,7 @@ constexpr auto byte_texts = [] {
     std::array<ByteText, 256> texts{};
     for (std::size_t byte = 0; byte < texts.size(); ++byte)
     {
-        texts[byte] = {hex_digits[byte >> 4], hex_digits[byte & 0xf], ' ', '\0'};
+        texts[byte] = {digit_characters[byte >> 4], digit_characters[byte & 0xf], ' ', '\0'};
     }
     return texts;
 }();

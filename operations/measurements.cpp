@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr MeasurementComplaints complaints{
+constexpr MeasurementComplaints measurement_complaints{
     "D-BUS ERROR: Measurement operation failed. Check service availability.",
     "  4. Device does not support measurement operations",
     "GENERIC ERROR: Measurement operation failed. Check device configuration.",
@@ -87,7 +87,7 @@ void print_measurement_analysis(std::ostream& out, const std::vector<Measurement
 
 int get_measurement(Eid eid, std::uint16_t slot, const MeasurementIndices& indices)
 {
-    return run_measurement_operation(eid, complaints, [&](const std::string& path) {
+    return run_measurement_operation(eid, measurement_complaints, [&](const std::string& path) {
         return fetch_and_print(path, slot, indices);
     });
 }

@@ -12,7 +12,7 @@
 namespace
 {
 
-constexpr MeasurementComplaints complaints{
+constexpr MeasurementComplaints signed_measurement_complaints{
     "D-BUS ERROR: Signed measurement operation failed. Check service availability.",
     "  4. Device does not support signed measurement operations",
     "GENERIC ERROR: Signed measurement operation failed. Check device configuration.",
@@ -260,7 +260,7 @@ void print_signed_measurement_analysis(std::ostream& out, const SignedMeasuremen
 int get_signed_measurement(Eid eid, const MeasurementIndices& indices, std::uint16_t slot,
                            const std::string& nonce)
 {
-    return run_measurement_operation(eid, complaints, [&](const std::string& path) {
-        return fetch_and_print(path, indices, slot, nonce);
-    });
+    return run_measurement_operation(
+        eid, signed_measurement_complaints,
+        [&](const std::string& path) { return fetch_and_print(path, indices, slot, nonce); });
 }

@@ -26,7 +26,7 @@ std::string call_line(const Call& call)
     for (const Value& argument : call.arguments)
     {
         line += ' ';
-        line += json_from_value(argument).dump();
+        line += json_text(argument);
     }
     return line;
 }

@@ -4,6 +4,7 @@
 #include "simulator/presets.hpp"
 #include "simulator/signals.hpp"
 
+#include <nlohmann/json.hpp>
 #include <systemd/sd-bus.h>
 
 #include <algorithm>
@@ -190,13 +191,13 @@ Command parse_plain(Arguments&, const Folder&)
     return Plain{};
 }
 
-struct Row
+struct CommandForm
 {
     std::string_view name;
     Command (*parse)(Arguments&, const Folder&);
 };
 
-constexpr Row rows[] = {
+constexpr CommandForm command_forms[] = {
     {"add", parse_add},
     {"remove", parse_remove},
     {"set", parse_set},
@@ -224,13 +225,14 @@ Command parse_command(const std::string& line, const std::filesystem::path& fold
 {
     Arguments arguments(line);
     const std::string name = arguments.word("the command");
-    const auto row = std::find_if(std::begin(rows), std::end(rows),
-                                  [&](const Row& candidate) { return candidate.name == name; });
-    if (row == std::end(rows))
+    const auto form =
+        std::find_if(std::begin(command_forms), std::end(command_forms),
+                     [&](const CommandForm& candidate) { return candidate.name == name; });
+    if (form == std::end(command_forms))
     {
         throw std::runtime_error("unknown command " + name + "; help lists the commands");
     }
-    Command command = row->parse(arguments, folder);
+    Command command = form->parse(arguments, folder);
     arguments.end();
     return command;
 }

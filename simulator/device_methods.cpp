@@ -219,13 +219,13 @@ Answer get_signed_measurement(Device& device, const Body& arguments)
                  text_value(device.signing.version)}};
 }
 
-struct Row
+struct BuiltInMethod
 {
     std::string_view method;
     Answer (*answer)(Device&, const Body&);
 };
 
-constexpr Row rows[] = {
+constexpr BuiltInMethod built_in_methods[] = {
     {ServiceContract::RE_AUTHENTICATE, reauthenticate},
     {ServiceContract::GET_CERTIFICATE, get_certificate},
     {ServiceContract::GET_CERTIFICATE_PROPERTIES, get_certificate_properties},
@@ -237,14 +237,15 @@ constexpr Row rows[] = {
 
 Answer answer_device_method(Device& device, const std::string& method, const Body& arguments)
 {
-    const auto row = std::find_if(std::begin(rows), std::end(rows),
-                                  [&](const Row& candidate) { return candidate.method == method; });
-    if (row == std::end(rows) || !device.has_methods)
+    const auto built_in =
+        std::find_if(std::begin(built_in_methods), std::end(built_in_methods),
+                     [&](const BuiltInMethod& candidate) { return candidate.method == method; });
+    if (built_in == std::end(built_in_methods) || !device.has_methods)
     {
         return {ErrorReply{"org.freedesktop.DBus.Error.UnknownMethod",
                            "The device does not answer " + method + "."}};
     }
-    return row->answer(device, arguments);
+    return built_in->answer(device, arguments);
 }
 
 } // namespace simulator

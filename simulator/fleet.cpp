@@ -88,7 +88,7 @@ void change_properties(Properties& properties, const JsonPlace& place)
     for (const auto& [name, value] : place.members())
     {
         properties.erase(name);
-        if (!value.json().is_null())
+        if (!value.is_null())
         {
             properties.emplace(name, typed_value_from_json(value));
         }
@@ -373,8 +373,8 @@ Device device_from_json(const JsonPlace& place, const fs::path& folder)
 
 Fleet fleet_from_json(std::string_view text, const fs::path& folder)
 {
-    const Json json = parse_json(text);
-    return fleet_at(JsonPlace(json), folder);
+    const auto json = parse_json(text);
+    return fleet_at(JsonPlace(*json), folder);
 }
 
 Fleet read_fleet(const fs::path& file)

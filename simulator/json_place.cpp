@@ -1,5 +1,7 @@
 #include "simulator/json_place.hpp"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 
 namespace simulator
@@ -119,6 +121,31 @@ void JsonPlace::allow_only(const std::vector<std::string>& names) const
     }
 }
 
+bool JsonPlace::is_null() const
+{
+    return value.is_null();
+}
+
+bool JsonPlace::is_object() const
+{
+    return value.is_object();
+}
+
+bool JsonPlace::is_array() const
+{
+    return value.is_array();
+}
+
+bool JsonPlace::is_text() const
+{
+    return value.is_string();
+}
+
+bool JsonPlace::is_number() const
+{
+    return value.is_number();
+}
+
 const std::string& JsonPlace::text() const
 {
     if (!value.is_string())
@@ -135,6 +162,15 @@ bool JsonPlace::boolean() const
         fail_type("true or false");
     }
     return value.get<bool>();
+}
+
+double JsonPlace::number() const
+{
+    if (!value.is_number())
+    {
+        fail_type("a number");
+    }
+    return value.get<double>();
 }
 
 std::uint64_t JsonPlace::unsigned_number(std::uint64_t greatest, const std::string& kind) const
@@ -188,10 +224,10 @@ std::vector<std::uint8_t> JsonPlace::hex_bytes() const
     return bytes;
 }
 
-Json parse_json(std::string_view text)
+std::shared_ptr<const Json> parse_json(std::string_view text)
 try
 {
-    return Json::parse(text);
+    return std::make_shared<const Json>(Json::parse(text));
 }
 catch (const Json::exception& error)
 {

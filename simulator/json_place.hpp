@@ -1,9 +1,9 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
-#include <initializer_list>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -32,11 +32,6 @@ class JsonPlace
   public:
     explicit JsonPlace(const Json& json, std::string place = {});
 
-    const Json& json() const
-    {
-        return value;
-    }
-
     const std::string& place() const
     {
         return where;
@@ -53,8 +48,17 @@ class JsonPlace
     /// Fails when the object has a member of any other name.
     void allow_only(const std::vector<std::string>& names) const;
 
+    bool is_null() const;
+    bool is_object() const;
+    bool is_array() const;
+    bool is_text() const;
+    bool is_number() const;
+
     const std::string& text() const;
     bool boolean() const;
+
+    /// Any number.
+    double number() const;
 
     /// A whole number from `least` to `greatest`; `kind` names the type in the complaint.
     std::uint64_t unsigned_number(std::uint64_t greatest, const std::string& kind = {}) const;
@@ -72,6 +76,7 @@ class JsonPlace
 };
 
 /// Parses a JSON text. Throws PlaceError whose place is "line L, column C" for a syntax error.
-Json parse_json(std::string_view text);
+/// Shared, because then only this function has to know what a Json is, which takes long to compile.
+std::shared_ptr<const Json> parse_json(std::string_view text);
 
 } // namespace simulator

@@ -2,6 +2,7 @@
 
 #include "simulator/signature.hpp"
 
+#include <nlohmann/json.hpp>
 #include <systemd/sd-bus.h>
 
 #include <limits>
@@ -19,10 +20,10 @@ constexpr int deepest_variant = 60;
 
 Value read(const std::string& type, const JsonPlace& place, int depth);
 
-bool is_repeat(const Json& json)
+bool is_repeat(const JsonPlace& place)
 {
-    return json.is_object() && json.size() == 2 && json.contains("repeat") &&
-           json.contains("times");
+    return place.is_object() && place.find("repeat") && place.find("times") &&
+           place.members().size() == 2;
 }
 
 std::size_t times_of(const JsonPlace& place, std::uint64_t greatest)
@@ -54,8 +55,8 @@ std::string plain_text(const JsonPlace& place)
 
 std::string read_text(const JsonPlace& place)
 {
-    return is_repeat(place.json()) ? repeated(plain_text(place.member("repeat")), place)
-                                   : plain_text(place);
+    return is_repeat(place) ? repeated(plain_text(place.member("repeat")), place)
+                            : plain_text(place);
 }
 
 std::string read_path(const JsonPlace& place)
@@ -80,7 +81,7 @@ std::uint8_t read_byte(const JsonPlace& place)
 
 Bytes plain_bytes(const JsonPlace& place)
 {
-    if (place.json().is_string())
+    if (place.is_text())
     {
         return place.hex_bytes();
     }
@@ -94,12 +95,12 @@ Bytes plain_bytes(const JsonPlace& place)
 
 Bytes read_bytes(const JsonPlace& place)
 {
-    if (!is_repeat(place.json()))
+    if (!is_repeat(place))
     {
         return plain_bytes(place);
     }
     const JsonPlace once = place.member("repeat");
-    return repeated(once.json().is_number() ? Bytes{read_byte(once)} : plain_bytes(once), place);
+    return repeated(once.is_number() ? Bytes{read_byte(once)} : plain_bytes(once), place);
 }
 
 Body read_fields(const std::vector<std::string>& types, const JsonPlace& place, int depth)
@@ -148,12 +149,12 @@ Body read_object_entries(const std::string& type, const JsonPlace& place, int de
 
 Body read_elements(const std::string& type, const JsonPlace& place, int depth)
 {
-    if (is_repeat(place.json()))
+    if (is_repeat(place))
     {
         return Body(times_of(place, most_elements),
                     read_element(type, place.member("repeat"), depth));
     }
-    if (type.front() == '{' && place.json().is_object())
+    if (type.front() == '{' && place.is_object())
     {
         return read_object_entries(type, place, depth);
     }
@@ -199,15 +200,6 @@ Value read_variant(const JsonPlace& place, int depth)
     return variant_value(read_typed(place, depth + 1));
 }
 
-double read_double(const JsonPlace& place)
-{
-    if (!place.json().is_number())
-    {
-        place.fail("a number is expected for type d");
-    }
-    return place.json().get<double>();
-}
-
 template <typename Integer>
 std::uint64_t read_unsigned(char type, const JsonPlace& place)
 {
@@ -234,7 +226,7 @@ Value read(const std::string& type, const JsonPlace& place, int depth)
         case 'n': return {type, read_signed<std::int16_t>(kind, place)};
         case 'i': return {type, read_signed<std::int32_t>(kind, place)};
         case 'x': return {type, read_signed<std::int64_t>(kind, place)};
-        case 'd': return {type, read_double(place)};
+        case 'd': return {type, place.number()};
         case 's': return text_value(read_text(place));
         case 'o': return path_value(read_path(place));
         case 'g': return {type, read_signature(place)};
@@ -243,6 +235,8 @@ Value read(const std::string& type, const JsonPlace& place, int depth)
         default: return read_array(type, place, depth);
     }
 }
+
+Json json_from_value(const Value& value);
 
 struct ToJson
 {
@@ -266,6 +260,16 @@ struct ToJson
         return basic;
     }
 };
+
+Json json_from_value(const Value& value)
+{
+    Json json = std::visit(ToJson{}, value.content);
+    if (value.signature != "v")
+    {
+        return json;
+    }
+    return Json::array({elements_in(value).front().signature, std::move(json.front())});
+}
 
 } // namespace
 
@@ -314,14 +318,9 @@ std::vector<std::string> types_at(const JsonPlace& place)
     }
 }
 
-Json json_from_value(const Value& value)
+std::string json_text(const Value& value)
 {
-    Json json = std::visit(ToJson{}, value.content);
-    if (value.signature != "v")
-    {
-        return json;
-    }
-    return Json::array({elements_in(value).front().signature, std::move(json.front())});
+    return json_from_value(value).dump();
 }
 
 } // namespace simulator

@@ -22,6 +22,6 @@ Body body_from_json(const JsonPlace& place);
 std::vector<std::string> types_at(const JsonPlace& place);
 
 /// The JSON notation of a value: variants as [SIGNATURE, VALUE], dictionaries as arrays of pairs.
-Json json_from_value(const Value& value);
+std::string json_text(const Value& value);
 
 } // namespace simulator

@@ -34,14 +34,14 @@ std::uint64_t positive_or(const std::optional<JsonPlace>& place, std::uint64_t o
 CallNumbers call_numbers(const JsonPlace& place)
 {
     CallNumbers calls;
-    if (place.json().is_object())
+    if (place.is_object())
     {
         place.allow_only({"from", "to", "every"});
         calls.from = positive_or(place.find("from"), calls.from);
         calls.to = positive_or(place.find("to"), calls.to);
         calls.every = positive_or(place.find("every"), calls.every);
     }
-    else if (place.json().is_array())
+    else if (place.is_array())
     {
         for (const JsonPlace& number : place.elements())
         {
@@ -206,7 +206,7 @@ const Rule* choose_rule(std::span<const Rule> rules, std::uint64_t number, const
 
 std::vector<Rule> rules_from_json(const JsonPlace& place, const Method& method)
 {
-    if (place.json().is_object())
+    if (place.is_object())
     {
         return {read_rule(place, method)};
     }

@@ -1,8 +1,8 @@
+#include "mistake.hpp"
 #include "simulator/command_line.hpp"
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <stdexcept>
 #include <string>
 
@@ -11,7 +11,7 @@ namespace
 
 using namespace simulator;
 
-Command parse(const std::string& line)
+Command parse_line(const std::string& line)
 {
     return parse_command(line, ".");
 }
@@ -19,7 +19,7 @@ Command parse(const std::string& line)
 template <typename Kind>
 Kind happening(const std::string& line)
 {
-    return std::get<Kind>(std::get<Happening>(parse(line)));
+    return std::get<Kind>(std::get<Happening>(parse_line(line)));
 }
 
 /// The signal that a command sends, in one line.
@@ -67,25 +67,13 @@ TEST(CommandLine, SendsSignals)
 
 TEST(CommandLine, KnowsTheRest)
 {
-    EXPECT_EQ(std::get<Flood>(parse("flood /a 70000")).count, 70000U);
-    EXPECT_TRUE(std::holds_alternative<Play>(parse("play")));
-    EXPECT_TRUE(std::holds_alternative<ReleaseName>(parse("drop")));
-    EXPECT_TRUE(std::holds_alternative<OwnName>(parse("own")));
-    EXPECT_TRUE(std::holds_alternative<LeaveNow>(parse("disconnect")));
-    EXPECT_TRUE(std::holds_alternative<Help>(parse("help")));
-    EXPECT_TRUE(std::holds_alternative<Quit>(parse("quit")));
-}
-
-struct Mistake
-{
-    std::string name;
-    std::string line;
-    std::string complaint;
-};
-
-std::ostream& operator<<(std::ostream& out, const Mistake& mistake)
-{
-    return out << mistake.line;
+    EXPECT_EQ(std::get<Flood>(parse_line("flood /a 70000")).count, 70000U);
+    EXPECT_TRUE(std::holds_alternative<Play>(parse_line("play")));
+    EXPECT_TRUE(std::holds_alternative<ReleaseName>(parse_line("drop")));
+    EXPECT_TRUE(std::holds_alternative<OwnName>(parse_line("own")));
+    EXPECT_TRUE(std::holds_alternative<LeaveNow>(parse_line("disconnect")));
+    EXPECT_TRUE(std::holds_alternative<Help>(parse_line("help")));
+    EXPECT_TRUE(std::holds_alternative<Quit>(parse_line("quit")));
 }
 
 class CommandMistake : public testing::TestWithParam<Mistake>
@@ -94,15 +82,8 @@ class CommandMistake : public testing::TestWithParam<Mistake>
 
 TEST_P(CommandMistake, IsNamed)
 {
-    try
-    {
-        parse(GetParam().line);
-        FAIL() << "no complaint";
-    }
-    catch (const std::runtime_error& error)
-    {
-        EXPECT_EQ(error.what(), GetParam().complaint);
-    }
+    EXPECT_EQ(complaint_of<std::runtime_error>([] { parse_line(GetParam().written); }),
+              GetParam().complaint);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -131,6 +112,6 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{"ProgressRange", "progress /a 256", "N: 256 is out of range (0 to 255)"},
         Mistake{"InfoText", "info \"3\"", "N: a whole number is expected, not a text"},
         Mistake{"PlayMore", "play 3", "there is more than the command takes: 3"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 } // namespace

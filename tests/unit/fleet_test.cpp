@@ -1,10 +1,10 @@
+#include "mistake.hpp"
 #include "simulator/fleet.hpp"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <ostream>
 #include <string>
 #include <unistd.h>
 
@@ -17,7 +17,7 @@ const std::string cpu_path = "/com/varn/bmc/spdm/spdm/cpu/cpu_12";
 const std::string nic_path = "/com/varn/bmc/spdm/spdm/nicController/nic_7";
 const std::string halc_path = "/com/varn/bmc/spdm/spdm/halcController/halc_9";
 
-Fleet parse(const std::string& text)
+Fleet parse_fleet(const std::string& text)
 {
     return fleet_from_json(text, ".");
 }
@@ -30,20 +30,7 @@ std::string device_with(const std::string& members)
 
 Device parse_device(const std::string& members)
 {
-    return parse(device_with(members)).devices.at(0);
-}
-
-std::string complaint(const std::string& text)
-{
-    try
-    {
-        parse(text);
-    }
-    catch (const PlaceError& error)
-    {
-        return error.what();
-    }
-    return "(no complaint)";
+    return parse_fleet(device_with(members)).devices.at(0);
 }
 
 /// A folder that goes with the test.
@@ -72,20 +59,12 @@ class Folder
 
 std::string file_complaint(const std::filesystem::path& file)
 {
-    try
-    {
-        read_fleet(file);
-    }
-    catch (const PlaceError& error)
-    {
-        return error.what();
-    }
-    return "(no complaint)";
+    return complaint_of<PlaceError>([&] { read_fleet(file); });
 }
 
 TEST(Fleet, OfAnEmptyObjectIsPresentAndEmpty)
 {
-    const Fleet fleet = parse("{}");
+    const Fleet fleet = parse_fleet("{}");
     EXPECT_TRUE(fleet.present);
     EXPECT_TRUE(fleet.devices.empty());
     EXPECT_TRUE(fleet.managed_objects_rules.empty());
@@ -94,15 +73,15 @@ TEST(Fleet, OfAnEmptyObjectIsPresentAndEmpty)
 
 TEST(Fleet, MayBeAbsent)
 {
-    EXPECT_FALSE(parse(R"({"service": "absent"})").present);
-    EXPECT_TRUE(parse(R"({"service": "present"})").present);
+    EXPECT_FALSE(parse_fleet(R"({"service": "absent"})").present);
+    EXPECT_TRUE(parse_fleet(R"({"service": "present"})").present);
 }
 
 TEST(Fleet, DeviceGetsThePresetOfItsContainer)
 {
     const Fleet fleet =
-        parse(R"({"devices": [{"path": ")" + cpu_path + R"("}, {"path": ")" + nic_path +
-              R"("}, {"path": ")" + halc_path + R"("}, {"path": "/elsewhere/thing5"}]})");
+        parse_fleet(R"({"devices": [{"path": ")" + cpu_path + R"("}, {"path": ")" + nic_path +
+                    R"("}, {"path": ")" + halc_path + R"("}, {"path": "/elsewhere/thing5"}]})");
     EXPECT_EQ(fleet.devices[0].properties.at("XMID"), text_value("CPU-12"));
     EXPECT_EQ(fleet.devices[1].properties.at("XMID"), text_value("NIC-7"));
     EXPECT_EQ(fleet.devices[2].properties.at("XMID"), text_value("HALC-9"));
@@ -222,14 +201,14 @@ TEST(Fleet, RulesAreReadForEachMethod)
         "Get": [{"property": "XMID", "cut": 0}, {"delay_ms": 5}]})");
     EXPECT_EQ(device.rules.at("GetMeasurement").size(), 1U);
     EXPECT_EQ(device.rules.at("Get").size(), 2U);
-    EXPECT_EQ(parse(R"({"methods": {"GetManagedObjects": {"no_reply": true}}})")
+    EXPECT_EQ(parse_fleet(R"({"methods": {"GetManagedObjects": {"no_reply": true}}})")
                   .managed_objects_rules.size(),
               1U);
 }
 
 TEST(Fleet, EventsAreRead)
 {
-    const Fleet fleet = parse(R"({"signals": [
+    const Fleet fleet = parse_fleet(R"({"signals": [
         {"at_ms": 5, "add": {"path": "/a/b1"}, "times": 3},
         {"remove": "/a/b1"},
         {"set": ["/a/b1", "P", ["q", 1]]},
@@ -289,30 +268,14 @@ TEST(FleetFile, FindsKeysBesideItself)
     EXPECT_EQ(read_fleet(file).devices[0].signing.key, "the key");
 }
 
-struct Mistake
-{
-    std::string name;
-    std::string fleet;
-    std::string complaint;
-};
-
-std::ostream& operator<<(std::ostream& out, const Mistake& mistake)
-{
-    return out << mistake.fleet;
-}
-
 class FleetMistake : public testing::TestWithParam<Mistake>
 {
 };
 
 TEST_P(FleetMistake, IsNamedWithItsPlace)
 {
-    EXPECT_EQ(complaint(GetParam().fleet), GetParam().complaint);
-}
-
-std::string name_of(const testing::TestParamInfo<Mistake>& info)
-{
-    return info.param.name;
+    EXPECT_EQ(complaint_of<PlaceError>([] { parse_fleet(GetParam().written); }),
+              GetParam().complaint);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,21 +1,14 @@
+#include "analysis_parts.hpp"
 #include "operations/hex_dump.hpp"
 
 #include <gtest/gtest.h>
 
-#include <numeric>
 #include <sstream>
 #include <string>
 #include <vector>
 
 namespace
 {
-
-std::vector<std::uint8_t> counting(std::size_t size)
-{
-    std::vector<std::uint8_t> bytes(size);
-    std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
-    return bytes;
-}
 
 std::string dump(const std::vector<std::uint8_t>& bytes, std::size_t first_position = 0)
 {

@@ -1,3 +1,4 @@
+#include "analysis_parts.hpp"
 #include "operations/measurements.hpp"
 #include "recorded_console.hpp"
 
@@ -8,9 +9,6 @@
 
 namespace
 {
-
-const std::string equals_60 = "============================================================\n";
-const std::string dashes_40 = "----------------------------------------\n";
 
 std::string analysis(const std::vector<MeasurementBlock>& blocks)
 {

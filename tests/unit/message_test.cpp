@@ -49,8 +49,8 @@ class Message : public testing::TestWithParam<std::string>
 
 TEST_P(Message, ReadsWhatWasAppended)
 {
-    const Json json = parse_json(GetParam());
-    const Body body = body_from_json(JsonPlace(json));
+    const auto json = parse_json(GetParam());
+    const Body body = body_from_json(JsonPlace(*json));
     const MessageHandle message = new_call("i.f");
     append_values(message.get(), body);
     ASSERT_GE(sd_bus_message_seal(message.get(), 1, 0), 0);

@@ -1,3 +1,4 @@
+#include "mistake.hpp"
 #include "simulator/options.hpp"
 
 #include <gtest/gtest.h>
@@ -9,17 +10,9 @@ namespace
 
 using namespace simulator;
 
-std::string complaint(const std::vector<std::string>& words)
+std::string option_complaint(const std::vector<std::string>& words)
 {
-    try
-    {
-        parse_options(words);
-    }
-    catch (const OptionError& error)
-    {
-        return error.what();
-    }
-    return "(no complaint)";
+    return complaint_of<OptionError>([&] { parse_options(words); });
 }
 
 TEST(Options, AreForTheSystemBusByDefault)
@@ -50,11 +43,12 @@ TEST(Options, HelpNeedsNoFleet)
 
 TEST(Options, MistakesAreNamed)
 {
-    EXPECT_EQ(complaint({}), "no fleet file is named");
-    EXPECT_EQ(complaint({"--fast", "fleet.json"}), "unknown option --fast");
-    EXPECT_EQ(complaint({"fleet.json", "--log"}), "--log needs a value");
-    EXPECT_EQ(complaint({"--address"}), "--address needs a value");
-    EXPECT_EQ(complaint({"a.json", "b.json"}), "more than one fleet file: a.json and b.json");
+    EXPECT_EQ(option_complaint({}), "no fleet file is named");
+    EXPECT_EQ(option_complaint({"--fast", "fleet.json"}), "unknown option --fast");
+    EXPECT_EQ(option_complaint({"fleet.json", "--log"}), "--log needs a value");
+    EXPECT_EQ(option_complaint({"--address"}), "--address needs a value");
+    EXPECT_EQ(option_complaint({"a.json", "b.json"}),
+              "more than one fleet file: a.json and b.json");
 }
 
 } // namespace

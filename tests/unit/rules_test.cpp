@@ -1,8 +1,8 @@
+#include "mistake.hpp"
 #include "simulator/rules.hpp"
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 
 namespace
@@ -15,10 +15,10 @@ const Method& get_signed_measurement()
     return *find_method(device_interface, "GetSignedMeasurement");
 }
 
-std::vector<Rule> parse(const std::string& text)
+std::vector<Rule> parse_rules(const std::string& text)
 {
-    const Json json = parse_json(text);
-    return rules_from_json(JsonPlace(json, "rules"), get_signed_measurement());
+    const auto json = parse_json(text);
+    return rules_from_json(JsonPlace(*json, "rules"), get_signed_measurement());
 }
 
 /// The arguments of GetSignedMeasurement.
@@ -37,7 +37,7 @@ const Body any_arguments = arguments({1}, 0, "");
 /// Which of the calls 1 to 10 the one rule with these members is for.
 std::string calls_of(const std::string& members)
 {
-    const auto rules = parse("{" + members + R"(, "no_reply": true})");
+    const auto rules = parse_rules("{" + members + R"(, "no_reply": true})");
     std::string calls;
     for (std::uint64_t number = 1; number <= 10; ++number)
     {
@@ -50,14 +50,14 @@ std::string calls_of(const std::string& members)
 
 bool is_for(const std::string& members, const Body& arguments)
 {
-    const auto rules = parse("{" + members + R"(, "no_reply": true})");
+    const auto rules = parse_rules("{" + members + R"(, "no_reply": true})");
     return choose_rule(rules, 1, arguments) != nullptr;
 }
 
 template <typename Kind>
 Kind action_of(const std::string& rule)
 {
-    return std::get<Kind>(parse(rule).at(0).action);
+    return std::get<Kind>(parse_rules(rule).at(0).action);
 }
 
 TEST(Rules, SelectByTheNumberOfTheCall)
@@ -95,15 +95,15 @@ TEST(Rules, AllSelectorsHaveToHold)
 
 TEST(Rules, FirstMatchWins)
 {
-    const auto rules = parse(R"([{"slot": 1, "cut": 1}, {"slot": 1, "cut": 2}, {"cut": 3}])");
+    const auto rules = parse_rules(R"([{"slot": 1, "cut": 1}, {"slot": 1, "cut": 2}, {"cut": 3}])");
     EXPECT_EQ(choose_rule(rules, 1, arguments({}, 1, "")), &rules[0]);
     EXPECT_EQ(choose_rule(rules, 1, arguments({}, 0, "")), &rules[2]);
 }
 
 TEST(Rules, NoneMayMatch)
 {
-    EXPECT_EQ(choose_rule(parse("[]"), 1, any_arguments), nullptr);
-    EXPECT_EQ(choose_rule(parse(R"([{"slot": 1, "cut": 1}])"), 1, any_arguments), nullptr);
+    EXPECT_EQ(choose_rule(parse_rules("[]"), 1, any_arguments), nullptr);
+    EXPECT_EQ(choose_rule(parse_rules(R"([{"slot": 1, "cut": 1}])"), 1, any_arguments), nullptr);
 }
 
 TEST(Rules, ActionsAreRead)
@@ -121,21 +121,9 @@ TEST(Rules, ActionsAreRead)
 
 TEST(Rules, DelayGoesWithEveryAction)
 {
-    EXPECT_EQ(parse(R"({"delay_ms": 7})")[0].delay, std::chrono::milliseconds(7));
-    EXPECT_EQ(parse(R"({"delay_ms": 8, "cut": 1})")[0].delay, std::chrono::milliseconds(8));
-    EXPECT_EQ(parse(R"({"cut": 1})")[0].delay, std::chrono::milliseconds(0));
-}
-
-struct Mistake
-{
-    std::string name;
-    std::string rules;
-    std::string complaint;
-};
-
-std::ostream& operator<<(std::ostream& out, const Mistake& mistake)
-{
-    return out << mistake.rules;
+    EXPECT_EQ(parse_rules(R"({"delay_ms": 7})")[0].delay, std::chrono::milliseconds(7));
+    EXPECT_EQ(parse_rules(R"({"delay_ms": 8, "cut": 1})")[0].delay, std::chrono::milliseconds(8));
+    EXPECT_EQ(parse_rules(R"({"cut": 1})")[0].delay, std::chrono::milliseconds(0));
 }
 
 class RulesMistake : public testing::TestWithParam<Mistake>
@@ -144,15 +132,8 @@ class RulesMistake : public testing::TestWithParam<Mistake>
 
 TEST_P(RulesMistake, IsNamedWithItsPlace)
 {
-    try
-    {
-        parse(GetParam().rules);
-        FAIL() << "no complaint";
-    }
-    catch (const PlaceError& error)
-    {
-        EXPECT_EQ(error.what(), GetParam().complaint);
-    }
+    EXPECT_EQ(complaint_of<PlaceError>([] { parse_rules(GetParam().written); }),
+              GetParam().complaint);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -202,6 +183,6 @@ INSTANTIATE_TEST_SUITE_P(
                 "rules.reply: the signature \"qs\" asks for 2 values, not 1"},
         Mistake{"ReplyValue", R"({"reply": ["qs", 1, 2]})",
                 "rules.reply[2]: a text is expected, not a whole number"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 } // namespace

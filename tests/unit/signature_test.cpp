@@ -1,8 +1,8 @@
+#include "mistake.hpp"
 #include "simulator/signature.hpp"
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -31,34 +31,15 @@ TEST(Signature, MayNestUpToTheLimits)
     EXPECT_EQ(complete_types(std::string(255, 'y')).size(), 255U);
 }
 
-struct Mistake
-{
-    std::string name;
-    std::string signature;
-    std::string why;
-};
-
-std::ostream& operator<<(std::ostream& out, const Mistake& mistake)
-{
-    return out << mistake.signature;
-}
-
 class SignatureMistake : public testing::TestWithParam<Mistake>
 {
 };
 
 TEST_P(SignatureMistake, IsNamed)
 {
-    try
-    {
-        complete_types(GetParam().signature);
-        FAIL() << "no complaint";
-    }
-    catch (const std::invalid_argument& error)
-    {
-        EXPECT_EQ(error.what(),
-                  "\"" + GetParam().signature + "\" is no valid signature: " + GetParam().why);
-    }
+    const auto& [name, signature, why] = GetParam();
+    EXPECT_EQ(complaint_of<std::invalid_argument>([] { complete_types(GetParam().written); }),
+              "\"" + signature + "\" is no valid signature: " + why);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -79,6 +60,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Mistake{"ManyStructures", std::string(33, '(') + "y" + std::string(33, ')'),
                             "it nests too deeply"},
                     Mistake{"Long", std::string(256, 'y'), "it is longer than 255 characters"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "analysis_parts.hpp"
 #include "operations/signed_measurements.hpp"
 #include "recorded_console.hpp"
 
@@ -9,9 +10,6 @@
 
 namespace
 {
-
-const std::string equals_60 = "============================================================\n";
-const std::string dashes_40 = "----------------------------------------\n";
 
 const std::string validating = "\n🔍 VALIDATING SIGNED MEASUREMENT STRUCTURE...\n";
 
@@ -73,16 +71,6 @@ INSTANTIATE_TEST_SUITE_P(Unknown, SignatureSize,
                                          SizeCase{"TpmRsa2048", "TPM_ALG_RSASSA_2048", 0},
                                          SizeCase{"MixedCase", "Ed25519", 0}),
                          [](const auto& info) { return info.param.name; });
-
-std::vector<std::uint8_t> counting(std::size_t size)
-{
-    std::vector<std::uint8_t> bytes;
-    for (std::size_t position = 0; position < size; ++position)
-    {
-        bytes.push_back(static_cast<std::uint8_t>(position));
-    }
-    return bytes;
-}
 
 SignedMeasurement measurement_of(const std::string& algorithm, const std::string& data = "data")
 {

@@ -1,4 +1,4 @@
-// Read once for all of the client's unit tests.
+// Read once for all unit tests of a group.
 #include <gtest/gtest.h>
 
 #include <sstream>

@@ -1,3 +1,0 @@
-// Read once for all of the simulator's unit tests.
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
