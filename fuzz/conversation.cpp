@@ -43,13 +43,6 @@ constexpr std::string_view monitor_prompt = "Press -1 to stop monitoring\n";
 /// Whether the main thread is in the monitor's input loop.
 bool monitoring = false;
 
-const std::thread::id main_thread = std::this_thread::get_id();
-
-bool is_main_thread()
-{
-    return std::this_thread::get_id() == main_thread;
-}
-
 /// What the client prints, up to a bound.
 class Console : public std::streambuf
 {

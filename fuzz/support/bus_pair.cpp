@@ -8,19 +8,14 @@
 namespace
 {
 
-void check(int result)
-{
-    require(result >= 0, "two connections come up over a pair of sockets");
-}
-
 sd_bus* start(int socket, bool is_server)
 {
     sd_bus* connection = nullptr;
-    check(sd_bus_new(&connection));
-    check(sd_bus_set_fd(connection, socket, socket));
-    check(sd_bus_set_server(connection, is_server, sd_id128_t{}));
-    check(sd_bus_set_anonymous(connection, true));
-    check(sd_bus_start(connection));
+    require_success(sd_bus_new(&connection));
+    require_success(sd_bus_set_fd(connection, socket, socket));
+    require_success(sd_bus_set_server(connection, is_server, sd_id128_t{}));
+    require_success(sd_bus_set_anonymous(connection, true));
+    require_success(sd_bus_start(connection));
     return connection;
 }
 
@@ -29,13 +24,14 @@ sd_bus* start(int socket, bool is_server)
 BusPair::BusPair()
 {
     std::array<int, 2> sockets{};
-    check(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, sockets.data()));
+    require_success(
+        socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, sockets.data()));
     local = start(sockets[0], false);
     peer = start(sockets[1], true);
     while (sd_bus_is_ready(local) == 0 || sd_bus_is_ready(peer) == 0)
     {
-        check(sd_bus_process(local, nullptr));
-        check(sd_bus_process(peer, nullptr));
+        require_success(sd_bus_process(local, nullptr));
+        require_success(sd_bus_process(peer, nullptr));
     }
 }
 

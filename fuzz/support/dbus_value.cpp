@@ -135,19 +135,14 @@ DbusValue next_value_at(ByteSource& source, const std::string& signature, unsign
     return value;
 }
 
-void check(int result)
-{
-    require(result >= 0, "sd-bus takes a value of its type");
-}
-
 void append_value(sd_bus_message* message, const DbusValue& value);
 
 void append_container(sd_bus_message* message, char type, std::string_view contents,
                       const DbusValues& members)
 {
-    check(sd_bus_message_open_container(message, type, std::string{contents}.c_str()));
+    require_success(sd_bus_message_open_container(message, type, std::string{contents}.c_str()));
     append_values(message, members);
-    check(sd_bus_message_close_container(message));
+    require_success(sd_bus_message_close_container(message));
 }
 
 /// Numbers have the machine's byte order, so that the low bytes of one stand where its type wants them.
@@ -160,7 +155,9 @@ void append_value(sd_bus_message* message, const DbusValue& value)
     {
         case 's':
         case 'o':
-        case 'g': check(sd_bus_message_append_basic(message, type, value.text.c_str())); break;
+        case 'g':
+            require_success(sd_bus_message_append_basic(message, type, value.text.c_str()));
+            break;
         case 'v':
             append_container(message, type, value.members.front().signature, value.members);
             break;
@@ -174,10 +171,10 @@ void append_value(sd_bus_message* message, const DbusValue& value)
         case 'd':
         {
             const auto number = static_cast<double>(value.number);
-            check(sd_bus_message_append_basic(message, type, &number));
+            require_success(sd_bus_message_append_basic(message, type, &number));
             break;
         }
-        default: check(sd_bus_message_append_basic(message, type, &value.number));
+        default: require_success(sd_bus_message_append_basic(message, type, &value.number));
     }
 }
 

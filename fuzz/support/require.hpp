@@ -15,6 +15,12 @@ inline void require(bool holds, const char* invariant)
     }
 }
 
+/// For what a function of libsystemd returns.
+inline void require_success(int result)
+{
+    require(result >= 0, "libsystemd does what the target itself asks for");
+}
+
 inline void require_equal(std::string_view seen, std::string_view expected, const char* what)
 {
     if (seen != expected)

@@ -82,20 +82,10 @@ bool is_quiet()
 
 const std::thread::id main_thread = std::this_thread::get_id();
 
-bool is_main_thread()
-{
-    return std::this_thread::get_id() == main_thread;
-}
-
 const BusPair& connections()
 {
     static const BusPair pair;
     return pair;
-}
-
-void check(int result)
-{
-    require(result >= 0, "the stand-in of the service works");
 }
 
 // A sound service's values.
@@ -237,10 +227,10 @@ std::string read_last_text(sd_bus_message* call, const Method& method)
     const std::string before{method.arguments.substr(0, method.arguments.size() - 1)};
     if (!before.empty())
     {
-        check(sd_bus_message_skip(call, before.c_str()));
+        require_success(sd_bus_message_skip(call, before.c_str()));
     }
     const char* last = nullptr;
-    check(sd_bus_message_read_basic(call, 's', &last));
+    require_success(sd_bus_message_read_basic(call, 's', &last));
     return last;
 }
 
@@ -315,7 +305,7 @@ int answer(sd_bus_message* call, sd_bus_error* error, sd_bus_message** reply)
         return sd_bus_error_set(error, "org.freedesktop.DBus.Error.ServiceUnknown", "none");
     }
     const auto values = next_reply(method, last_text, choice);
-    check(sd_bus_message_new_method_return(call, reply));
+    require_success(sd_bus_message_new_method_return(call, reply));
     append_values(*reply, values);
     seal(*reply);
     if (!values.empty() && values.front().signature == "a{oa{sa{sv}}}")
@@ -397,11 +387,11 @@ void remember_added(const Signal& signal)
 void send(const Signal& signal)
 {
     sd_bus_message* raw = nullptr;
-    check(sd_bus_message_new_signal(connections().peer, &raw, signal.path.c_str(),
-                                    signal.interface.c_str(), signal.member.c_str()));
+    require_success(sd_bus_message_new_signal(connections().peer, &raw, signal.path.c_str(),
+                                              signal.interface.c_str(), signal.member.c_str()));
     const RawMessage message{raw};
     append_values(raw, signal.arguments);
-    check(sd_bus_send(connections().peer, raw, nullptr));
+    require_success(sd_bus_send(connections().peer, raw, nullptr));
     remember_added(signal);
 }
 
@@ -445,6 +435,11 @@ int open_on_monitor_thread(sd_bus** connection)
 }
 
 } // namespace
+
+bool is_main_thread()
+{
+    return std::this_thread::get_id() == main_thread;
+}
 
 void start_service(std::span<const std::uint8_t> bytes)
 {

@@ -25,5 +25,8 @@ void await_quiet_monitor();
 /// The object tree that the service answered with, where it had the contract's type.
 const std::optional<DbusValue>& told_object_tree();
 
+/// Whether this is the thread of the menus, not the monitor's.
+bool is_main_thread();
+
 /// How long the client believes to have slept since the start.
 unsigned slept_milliseconds();
