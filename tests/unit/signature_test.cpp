@@ -37,9 +37,8 @@ class SignatureMistake : public testing::TestWithParam<Mistake>
 
 TEST_P(SignatureMistake, IsNamed)
 {
-    const auto& [name, signature, why] = GetParam();
     EXPECT_EQ(complaint_of<std::invalid_argument>([] { complete_types(GetParam().written); }),
-              "\"" + signature + "\" is no valid signature: " + why);
+              "\"" + GetParam().written + "\" is no valid signature: " + GetParam().complaint);
 }
 
 INSTANTIATE_TEST_SUITE_P(
