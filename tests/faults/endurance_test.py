@@ -14,7 +14,7 @@ from stage import Talk, as_json, descriptors_left, good_rules
 from cases import MAIN_MENU
 from harness import Bench, exe_wrapper
 
-# Two devices: one answers well, the other fails, with an error or with another type by turns.
+# Two devices: one answers well, the other fails by turns: with an error, a reply without fields, another type.
 OTHER_PATH = PATH.replace("cpu_12", "cpu_13")
 ITEMS = METHODS[:6]
 NAME_HAS_OWNER = METHODS[-1]
@@ -32,7 +32,7 @@ KIB_OF_GROWTH = 64
 
 def failing_rule(method):
     error = {"call": {"every": 2}, "error": ["com.example.Odd.Failure", "Out of tea."]}
-    return [error, {"reply": ["x", 1]}]
+    return [error, {"call": {"every": 3}, "cut": 0}, {"reply": ["x", 1]}]
 
 
 def start_service(bench):
