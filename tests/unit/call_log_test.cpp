@@ -1,3 +1,4 @@
+#include "mistake.hpp"
 #include "simulator/call_log.hpp"
 
 #include <gtest/gtest.h>
@@ -50,15 +51,8 @@ TEST(CallLog, AppendsAndFlushesEachLine)
 
 TEST(CallLog, ThatCannotBeOpenedIsNamed)
 {
-    try
-    {
-        CallLog log("/no/such/folder/calls");
-        FAIL() << "no complaint";
-    }
-    catch (const std::system_error& error)
-    {
-        EXPECT_STREQ(error.what(), "/no/such/folder/calls: No such file or directory");
-    }
+    EXPECT_EQ(complaint_of<std::system_error>([] { CallLog log("/no/such/folder/calls"); }),
+              "/no/such/folder/calls: No such file or directory");
 }
 
 } // namespace

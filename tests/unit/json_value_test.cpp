@@ -1,3 +1,4 @@
+#include "mistake.hpp"
 #include "simulator/json_value.hpp"
 
 #include <gtest/gtest.h>
@@ -123,15 +124,8 @@ class ValueMistake : public testing::TestWithParam<TypedMistake>
 
 TEST_P(ValueMistake, IsNamedWithItsPlace)
 {
-    try
-    {
-        parse_value(GetParam().type, GetParam().json);
-        FAIL() << "no complaint";
-    }
-    catch (const PlaceError& error)
-    {
-        EXPECT_EQ(error.what(), GetParam().complaint);
-    }
+    EXPECT_EQ(complaint_of<PlaceError>([] { parse_value(GetParam().type, GetParam().json); }),
+              GetParam().complaint);
 }
 
 const std::string nested_variants = [] {

@@ -1,3 +1,4 @@
+#include "mistake.hpp"
 #include "simulator/bus_failure.hpp"
 #include "simulator/json_value.hpp"
 #include "simulator/message.hpp"
@@ -90,15 +91,9 @@ TEST_F(Message, ThatCannotBeBuiltNamesTheStep)
 {
     const MessageHandle message = new_call("i.f");
     ASSERT_GE(sd_bus_message_seal(message.get(), 1, 0), 0);
-    try
-    {
-        append_values(message.get(), Body{number_value('q', 1)});
-        FAIL() << "no complaint";
-    }
-    catch (const BusFailure& failure)
-    {
-        EXPECT_STREQ(failure.what(), "sd_bus_message_append_basic: Operation not permitted");
-    }
+    EXPECT_EQ(
+        complaint_of<BusFailure>([&] { append_values(message.get(), Body{number_value('q', 1)}); }),
+        "sd_bus_message_append_basic: Operation not permitted");
 }
 
 } // namespace
