@@ -1,0 +1,1 @@
+#include "report/judge/judge.hpp"
