@@ -1,9 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <vector>
 
 /// A folder of a test's own, removed with all that it holds.
 class TemporaryFolder
@@ -33,6 +36,25 @@ class TemporaryFolder
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << content;
         return file.string();
+    }
+
+    /// What a file in it holds.
+    std::string read(const std::string& name) const
+    {
+        std::ifstream file(std::filesystem::path(folder) / name, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    /// The names in it, in order.
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> found;
+        for (const auto& entry : std::filesystem::directory_iterator(folder))
+        {
+            found.push_back(entry.path().filename().string());
+        }
+        std::sort(found.begin(), found.end());
+        return found;
     }
 
   private:
