@@ -247,6 +247,14 @@ struct Note
     std::string_view text; ///< At most its first 1,000 bytes.
 };
 
+/// A call that was due in a regression and printed nothing: its status has no word, or its line is missing.
+struct SilentCall
+{
+    Line line = 0; ///< Of what was printed next.
+    Index device = none;
+    Operation operation = Operation::unknown;
+};
+
 /// Where a transcript contradicts itself, as the reader met it.
 struct Contradiction
 {
@@ -298,6 +306,7 @@ struct Run
     std::vector<Signal> signals;
     std::vector<Note> notes;
     std::uint64_t note_count = 0; ///< More than `notes` holds where they are very many.
+    std::vector<SilentCall> silent_calls;
     std::vector<Contradiction> contradictions;
 
     TextStore texts;

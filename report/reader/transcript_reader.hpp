@@ -2,6 +2,7 @@
 
 #include "report/model/run.hpp"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -9,6 +10,8 @@
 
 namespace report
 {
+
+class Conversation;
 
 /// Reads a transcript's lines into runs. Any line is accepted: one that no part of the client prints
 /// is a note.

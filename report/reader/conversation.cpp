@@ -1,0 +1,350 @@
+#include "report/reader/conversation.hpp"
+
+#include "report/reader/fields.hpp"
+
+#include <array>
+#include <utility>
+
+namespace report
+{
+
+namespace
+{
+
+/// Lines that may stand between any others.
+bool says_nothing(Shape shape)
+{
+    return shape == Shape::unknown || shape == Shape::known || shape == Shape::blank ||
+           shape == Shape::number || shape == Shape::indented || shape == Shape::bytes ||
+           shape == Shape::dump;
+}
+
+bool is_menu(Shape shape)
+{
+    return shape == Shape::top_menu || shape == Shape::top_menu_exit ||
+           shape == Shape::operations_menu;
+}
+
+} // namespace
+
+Conversation::Conversation(Line first_line)
+{
+    context.run.first_line = first_line;
+}
+
+void Conversation::line(Line number, std::string_view text, const Recognised& recognised,
+                        bool asked_slot)
+{
+    const auto [shape, rest] = recognised;
+    context.number = number;
+    if (asked_slot)
+    {
+        asked = Asked::slot;
+        forget_echoes();
+    }
+    if (shape == Shape::number)
+    {
+        echoed(text);
+        return;
+    }
+    if (shape != Shape::unknown && shape != Shape::blank && shape != Shape::indented)
+    {
+        recognised_any = true;
+        in_menu = false;
+    }
+    if (is_menu(shape) || shape == Shape::choose_option)
+    {
+        monitor.close();
+    }
+    if (monitor.line(shape, text, rest) || measurements.line(shape, text, rest))
+    {
+        monitoring = monitoring || shape == Shape::monitor_begins;
+        return;
+    }
+    if (!says_nothing(shape))
+    {
+        measurements.close();
+    }
+    if (shape == Shape::properties_head || shape == Shape::categories_begin ||
+        shape == Shape::device_section || is_menu(shape))
+    {
+        calls.close();
+    }
+    if (start_line(shape) || menu_line(shape) || device_line(shape, text, rest) ||
+        calls.line(shape, text, rest) || suite.line(shape, text, rest) ||
+        shape == Shape::known || shape == Shape::blank || shape == Shape::categories_begin)
+    {
+        return;
+    }
+    if (shape == Shape::object_not_found && object_not_found())
+    {
+        return;
+    }
+    context.note(text);
+}
+
+bool Conversation::start_line(Shape shape)
+{
+    switch (shape)
+    {
+        case Shape::client_start: context.run.starts_with_banner = true; return true;
+        case Shape::discovery_begins: context.run.discovery_line = context.number; return true;
+        case Shape::discovery_failed:
+            context.run.discovery_line = context.number;
+            context.run.discovery_failed = true;
+            return true;
+        default: return false;
+    }
+}
+
+bool Conversation::menu_line(Shape shape)
+{
+    switch (shape)
+    {
+        case Shape::top_menu: end_activity(); return true;
+        case Shape::top_menu_exit:
+            end_activity();
+            top_menu = true;
+            return true;
+        case Shape::operations_menu:
+            end_activity();
+            top_menu = false;
+            context.activity = Activity::operations;
+            return true;
+        case Shape::choose_option:
+            in_menu = true;
+            asked = Asked::choice;
+            forget_echoes();
+            return true;
+        case Shape::enter_indices:
+            asked = Asked::indices;
+            indices.clear();
+            return true;
+        default: return false;
+    }
+}
+
+bool Conversation::device_line(Shape shape, std::string_view text, std::string_view rest)
+{
+    if (!broken_row.empty())
+    {
+        auto path = text;
+        if (take_until_last(path, " | ") && path.starts_with('/'))
+        {
+            broken_row.append("\n").append(text);
+            return device_row(std::exchange(broken_row, {}));
+        }
+        if (shape == Shape::unknown || shape == Shape::blank)
+        {
+            return false; // A line of the XMID: a note.
+        }
+        broken_row.clear();
+    }
+    switch (shape)
+    {
+        case Shape::device_row:
+            if (!device_row(text))
+            {
+                broken_row = text;
+            }
+            return true;
+        case Shape::device_table:
+            table_rows = 0;
+            return true;
+        case Shape::object_listed: return true;
+        case Shape::no_objects:
+            if (context.run.no_objects_line == 0)
+            {
+                context.run.no_objects_line = context.number;
+            }
+            return true;
+        case Shape::device_selected:
+            if (const auto eid = number_in<std::uint16_t>(rest))
+            {
+                context.device = context.devices.of_eid(*eid, context.number);
+            }
+            return true;
+        case Shape::suite_selection:
+            keys_in_table = true;
+            context.activity = Activity::suite;
+            return true;
+        case Shape::run_all_operations: context.activity = Activity::all_devices; return true;
+        case Shape::run_all_suites: context.activity = Activity::suite; return true;
+        case Shape::all_devices_count:
+            if (take_number<std::uint32_t>(rest) != table_rows)
+            {
+                context.contradiction("the devices are not as many as the table's rows");
+            }
+            return true;
+        case Shape::device_section: device_section(rest); return true;
+        default: return false;
+    }
+}
+
+/// "    0 |   12 |          CPU-12 | /com/varn/...", or the last one: "    2 |  ALL | Run on all objects"
+bool Conversation::device_row(std::string_view text)
+{
+    auto row = text;
+    const auto index = number_in<std::uint32_t>(
+        take_until(row, " | ").value_or(std::string_view{}).substr(
+            std::min(text.find_first_not_of(' '), text.size())));
+    if (row == " ALL | Run on all objects")
+    {
+        return true;
+    }
+    auto eid_field = take_until(row, " | ").value_or(std::string_view{});
+    eid_field.remove_prefix(std::min(eid_field.find_first_not_of(' '), eid_field.size()));
+    const auto eid = number_in<std::uint16_t>(eid_field);
+    auto path = row;
+    auto xmid = take_until_last(path, " | ");
+    if (!index || !eid || !xmid || !path.starts_with('/'))
+    {
+        return false;
+    }
+    // Right-aligned in 15: an XMID's own leading blanks cannot be told from the padding.
+    xmid->remove_prefix(std::min(xmid->find_first_not_of(' '), xmid->size()));
+    context.devices.table_row(*index, keys_in_table ? std::nullopt : eid, *xmid, path,
+                              context.number);
+    ++table_rows;
+    return true;
+}
+
+/// "2/7: EID 12"
+void Conversation::device_section(std::string_view rest)
+{
+    const auto found = take_number<std::uint64_t>(rest);
+    take(rest, "/");
+    const auto count = take_number<std::uint64_t>(rest);
+    take(rest, ": EID ");
+    const auto eid = number_in<std::uint16_t>(rest);
+    if (!found || !count || !eid)
+    {
+        context.note(rest);
+        return;
+    }
+    if (*found != section + 1 || (section != 0 && *count != sections) || *count != table_rows)
+    {
+        context.contradiction("the devices' sections are not numbered as the table has them");
+    }
+    section = *found;
+    sections = *count;
+    context.device = context.devices.of_eid(*eid, context.number);
+}
+
+bool Conversation::object_not_found()
+{
+    if (context.activity == Activity::suite && suite.in_suite() && !calls.awaits_authentication())
+    {
+        suite.object_not_found();
+    }
+    else
+    {
+        calls.object_not_found(chosen);
+    }
+    return true;
+}
+
+/// A menu follows what was done.
+void Conversation::end_activity()
+{
+    measurements.close();
+    calls.end_regression();
+    suite.close();
+    if (section != sections)
+    {
+        context.contradiction("the sections of some devices are missing");
+    }
+    section = sections = 0;
+    monitoring = false;
+    keys_in_table = false;
+}
+
+void Conversation::echoed(std::string_view number)
+{
+    const auto answer = number_in<std::int64_t>(number);
+    if (!answer)
+    {
+        return;
+    }
+    constexpr std::array operations{
+        Operation::re_authenticate, Operation::get_certificate, Operation::get_certificate_properties,
+        Operation::get_all,         Operation::re_authenticate, Operation::get_measurement,
+        Operation::get_signed_measurement};
+    switch (asked)
+    {
+        case Asked::choice:
+            if (!top_menu && *answer > 0 && static_cast<std::size_t>(*answer) <= operations.size())
+            {
+                chosen = operations[static_cast<std::size_t>(*answer) - 1];
+            }
+            asked = Asked::nothing;
+            break;
+        case Asked::slot:
+            context.arguments.slot = static_cast<std::uint32_t>(*answer);
+            asked = Asked::nothing;
+            break;
+        case Asked::indices:
+            if (*answer == -1)
+            {
+                context.arguments.indices = indices;
+                asked = Asked::nothing;
+                break;
+            }
+            indices.push_back(static_cast<std::uint16_t>(*answer));
+            break;
+        case Asked::nothing: break;
+    }
+}
+
+void Conversation::forget_echoes()
+{
+    if (asked == Asked::choice)
+    {
+        chosen.reset();
+    }
+    context.arguments = {};
+}
+
+Run Conversation::finish(Line last_line, std::uint64_t bytes)
+{
+    auto& run = context.run;
+    run.last_line = last_line;
+    run.bytes = bytes;
+    run.ends_at_menu = in_menu && top_menu;
+    if (!run.ends_at_menu)
+    {
+        run.stopped_in = where();
+    }
+    return std::move(run);
+}
+
+std::string_view Conversation::where() const
+{
+    if (measurements.is_open())
+    {
+        return "a call";
+    }
+    if (monitoring)
+    {
+        return "the monitor";
+    }
+    if (suite.in_suite())
+    {
+        return "a suite";
+    }
+    if (calls.in_regression())
+    {
+        return "a regression";
+    }
+    if (sections != 0)
+    {
+        return "the run on all devices";
+    }
+    if (in_menu)
+    {
+        return "the operations menu";
+    }
+    return top_menu ? "an activity" : "the operations on a device";
+}
+
+} // namespace report
