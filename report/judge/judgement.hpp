@@ -26,6 +26,7 @@ enum class Subject : std::uint8_t
     transcript,
     discovery,
     call,
+    silent_call,
     test,
     availability,
     category, ///< A category that did not run; the index is that of the suite.
@@ -40,11 +41,11 @@ struct Check
     Index device = none;
     Subject subject = Subject::transcript;
     Index index = none;
+    CategoryName category{}; ///< Of a category that did not run.
     Verdict verdict = Verdict::passed;
     bool incomplete = false; ///< An error because the transcript stops.
-    std::string
-        what; ///< What was judged: "ReAuthenticate", "Normal Measurements 3: Single Measurement Index 1, slot 0".
-    std::string reason; ///< Empty where it passed.
+    std::string what;        ///< As `describe` says; empty where it passed.
+    std::string reason;      ///< Empty where it passed.
 };
 
 /// Checks by verdict.

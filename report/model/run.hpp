@@ -220,6 +220,8 @@ struct Suite
     Index device = none;
     Index availability = none; ///< The check before it.
     std::array<Part, category_count> parts;
+    Index first_test = none; ///< Its tests are consecutive in `Run::tests`.
+    Index tests = 0;
     Index first_row = none; ///< Its rows of the results table are consecutive in `Run::categories`.
     Index rows = 0;
     std::optional<std::uint64_t> categories_told; ///< "Total Test Categories"

@@ -13,8 +13,11 @@ namespace
 {
 
 constexpr std::array regression{
-    Operation::re_authenticate,  Operation::get_certificate,       Operation::get_certificate_properties,
-    Operation::get_measurement, Operation::get_signed_measurement,
+    Operation::re_authenticate,
+    Operation::get_certificate,
+    Operation::get_certificate_properties,
+    Operation::get_measurement,
+    Operation::get_signed_measurement,
 };
 
 constexpr std::array<std::string_view, 5> challenge_statuses{"Not Ready", "Passed", "In Progress",
@@ -65,9 +68,7 @@ bool CallReader::line(Shape shape, std::string_view text, std::string_view rest)
         case Shape::re_authenticate_result:
             answer_authentication(Outcome::answered, rest);
             return true;
-        case Shape::re_authenticate_error:
-            answer_authentication(Outcome::error, {});
-            return true;
+        case Shape::re_authenticate_error: answer_authentication(Outcome::error, {}); return true;
         case Shape::certificate_result:
             if (!certificate_result(rest))
             {

@@ -33,8 +33,14 @@ class CallReader
     /// Leaves the regression, if one is read.
     void end_regression();
 
-    bool in_regression() const { return step.has_value(); }
-    bool awaits_authentication() const { return authentication != none; }
+    bool in_regression() const
+    {
+        return step.has_value();
+    }
+    bool awaits_authentication() const
+    {
+        return authentication != none;
+    }
 
   private:
     void result(Operation operation);
@@ -44,9 +50,9 @@ class CallReader
     void arguments_of_step();
 
     Context& context;
-    Index authentication = none; ///< Its head has been printed, its result not yet.
-    Index report = none;         ///< The property report whose lines follow.
-    bool report_awaited = false; ///< Its head has been printed, its time not yet.
+    Index authentication = none;     ///< Its head has been printed, its result not yet.
+    Index report = none;             ///< The property report whose lines follow.
+    bool report_awaited = false;     ///< Its head has been printed, its time not yet.
     std::optional<std::size_t> step; ///< The regression's next operation.
     std::string broken;              ///< A certificate line that the path's line ends have broken.
 };

@@ -71,8 +71,8 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
         calls.close();
     }
     if (start_line(shape) || menu_line(shape) || device_line(shape, text, rest) ||
-        calls.line(shape, text, rest) || suite.line(shape, text, rest) ||
-        shape == Shape::known || shape == Shape::blank || shape == Shape::categories_begin)
+        calls.line(shape, text, rest) || suite.line(shape, text, rest) || shape == Shape::known ||
+        shape == Shape::blank || shape == Shape::categories_begin)
     {
         return;
     }
@@ -148,9 +148,7 @@ bool Conversation::device_line(Shape shape, std::string_view text, std::string_v
                 broken_row = text;
             }
             return true;
-        case Shape::device_table:
-            table_rows = 0;
-            return true;
+        case Shape::device_table: table_rows = 0; return true;
         case Shape::object_listed: return true;
         case Shape::no_objects:
             if (context.run.no_objects_line == 0)
@@ -185,9 +183,10 @@ bool Conversation::device_line(Shape shape, std::string_view text, std::string_v
 bool Conversation::device_row(std::string_view text)
 {
     auto row = text;
-    const auto index = number_in<std::uint32_t>(
-        take_until(row, " | ").value_or(std::string_view{}).substr(
-            std::min(text.find_first_not_of(' '), text.size())));
+    const auto index =
+        number_in<std::uint32_t>(take_until(row, " | ")
+                                     .value_or(std::string_view{})
+                                     .substr(std::min(text.find_first_not_of(' '), text.size())));
     if (row == " ALL | Run on all objects")
     {
         return true;
@@ -266,10 +265,13 @@ void Conversation::echoed(std::string_view number)
     {
         return;
     }
-    constexpr std::array operations{
-        Operation::re_authenticate, Operation::get_certificate, Operation::get_certificate_properties,
-        Operation::get_all,         Operation::re_authenticate, Operation::get_measurement,
-        Operation::get_signed_measurement};
+    constexpr std::array operations{Operation::re_authenticate,
+                                    Operation::get_certificate,
+                                    Operation::get_certificate_properties,
+                                    Operation::get_all,
+                                    Operation::re_authenticate,
+                                    Operation::get_measurement,
+                                    Operation::get_signed_measurement};
     switch (asked)
     {
         case Asked::choice:

@@ -30,7 +30,10 @@ class Conversation
     Run finish(Line last_line, std::uint64_t bytes);
 
     /// Whether any line was one of the client's.
-    bool is_transcript() const { return recognised_any; }
+    bool is_transcript() const
+    {
+        return recognised_any;
+    }
 
   private:
     bool start_line(Shape shape);
@@ -51,8 +54,8 @@ class Conversation
     MonitorReader monitor{context};
 
     bool recognised_any = false;
-    bool top_menu = false;    ///< The last menu was the top-level one.
-    bool in_menu = false;     ///< Its choice has been asked for.
+    bool top_menu = false; ///< The last menu was the top-level one.
+    bool in_menu = false;  ///< Its choice has been asked for.
     bool monitoring = false;
     bool keys_in_table = false; ///< The device table shows the client's keys.
     std::uint32_t table_rows = 0;

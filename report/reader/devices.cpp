@@ -8,7 +8,8 @@ namespace report
 std::optional<std::uint16_t> eid_of_path(std::string_view path)
 {
     const auto slash = path.rfind('/');
-    const auto digit = slash == std::string_view::npos ? slash : path.find_first_of("0123456789", slash);
+    const auto digit =
+        slash == std::string_view::npos ? slash : path.find_first_of("0123456789", slash);
     if (digit == std::string_view::npos)
     {
         return std::nullopt;

@@ -122,8 +122,7 @@ constexpr std::array rows{
     line("🔍 VALIDATING SIGNED MEASUREMENT STRUCTURE...", Shape::validating),
     head("⚠️  VALIDATION: ", Shape::validation_problem),
     line("✅ VALIDATION: Signed measurement structure appears valid", Shape::validation_passed),
-    line("❌ VALIDATION FAILED: Signed measurement structure is invalid",
-         Shape::validation_failed),
+    line("❌ VALIDATION FAILED: Signed measurement structure is invalid", Shape::validation_failed),
     line("⚠️  WARNING: This may indicate:"),
     head("Raw data (first 80 chars): "),
     line("🔐 DETAILED SIGNED MEASUREMENT DATA ANALYSIS"),
@@ -165,8 +164,7 @@ constexpr std::array rows{
     line("✗ FAIL: Unexpected error occurred during service availability check.",
          Shape::availability_error),
     line("✗ CONFIRMED: SPDM service is not running on D-Bus", Shape::service_absent),
-    line("? WARNING: SPDM service is running but device is not accessible",
-         Shape::service_running),
+    line("? WARNING: SPDM service is running but device is not accessible", Shape::service_running),
     line("? WARNING: Could not check SPDM service status", Shape::service_unknown),
     line("✗ SKIPPING: SPDM service or device not available", Shape::suite_skipping),
     line("✗ ABORTING: SPDM service or device not available - cannot run measurement tests",
@@ -190,8 +188,7 @@ constexpr std::array rows{
     line("********** MEASUREMENT FAILURE TESTS **********", Shape::failure_begins),
     line("********** MEASUREMENT STRESS TESTS **********", Shape::stress_begins),
     line("✗ ABORT: No supported slots found for measurement testing", Shape::normal_aborted),
-    line("✗ ABORT: No supported slots found for signed measurement testing",
-         Shape::signed_aborted),
+    line("✗ ABORT: No supported slots found for signed measurement testing", Shape::signed_aborted),
     line("✗ ABORT: No supported slots found for stress testing", Shape::stress_aborted),
     head("ℹ INFO: Slot ", Shape::slot_supported),
     line("⚠ WARNING: No certificate slots found to be supported", Shape::slots_none),
@@ -231,8 +228,7 @@ constexpr std::array rows{
     line("✓ PASS: All measurements test passed", Shape::passed_all),
     line("✗ FAIL: All measurements test failed", Shape::failed_all),
     line("✓ PASS: Invalid measurement index correctly failed", Shape::passed_invalid_index),
-    line("⚠ WARNING: Invalid measurement index unexpectedly passed",
-         Shape::warned_invalid_index),
+    line("⚠ WARNING: Invalid measurement index unexpectedly passed", Shape::warned_invalid_index),
     line("✓ PASS: Invalid slot ID correctly failed", Shape::passed_invalid_slot),
     line("⚠ WARNING: Invalid slot ID unexpectedly passed", Shape::warned_invalid_slot),
     line("✓ PASS: Signed measurement with nonce test passed", Shape::passed_signed),
@@ -466,7 +462,8 @@ bool is_rule(std::string_view text)
 bool is_number(std::string_view text)
 {
     const auto digits = text.starts_with('-') ? text.substr(1) : text;
-    return !digits.empty() && digits.size() <= 20 && std::all_of(digits.begin(), digits.end(), is_digit);
+    return !digits.empty() && digits.size() <= 20 &&
+           std::all_of(digits.begin(), digits.end(), is_digit);
 }
 
 /// "1: /com/varn/..."

@@ -280,7 +280,8 @@ bool MeasurementReader::signed_line(Shape shape, std::string_view rest)
     }
     switch (shape)
     {
-        case Shape::validation_problem: // "Data size (95 bytes) smaller than expected signature size (96 bytes)"
+        case Shape::
+            validation_problem: // "Data size (95 bytes) smaller than expected signature size (96 bytes)"
             if (take(rest, "Data size ("))
             {
                 found->size = take_number<std::uint64_t>(rest);
@@ -297,9 +298,7 @@ bool MeasurementReader::signed_line(Shape shape, std::string_view rest)
             found->signature_size = take_number<std::uint64_t>(rest);
             return true;
         case Shape::base64_received: base64_follows = true; return true;
-        case Shape::complete_output:
-            dump = Dump::ignored;
-            return true;
+        case Shape::complete_output: dump = Dump::ignored; return true;
         case Shape::measurement_size:
             dump = Dump::measurement;
             dump_size = take_number<std::uint64_t>(rest);
@@ -370,8 +369,8 @@ void MeasurementReader::close()
     {
         context.contradiction("a call has no result");
     }
-    const auto analysed = closed.operation == Operation::get_measurement &&
-                          closed.outcome == Outcome::answered;
+    const auto analysed =
+        closed.operation == Operation::get_measurement && closed.outcome == Outcome::answered;
     if (analysed && blocks_read != blocks)
     {
         context.contradiction("a measurement block is missing");
@@ -397,7 +396,8 @@ Measurement* MeasurementReader::current_block()
 
 Signed* MeasurementReader::current_signed()
 {
-    return signed_measurement == none ? nullptr : &context.run.signed_measurements[signed_measurement];
+    return signed_measurement == none ? nullptr
+                                      : &context.run.signed_measurements[signed_measurement];
 }
 
 } // namespace report

@@ -24,7 +24,10 @@ class MeasurementReader
     void close();
 
     /// Whether a call has begun that has no result yet.
-    bool is_open() const { return call != none && context.run.calls[call].outcome == Outcome::cut; }
+    bool is_open() const
+    {
+        return call != none && context.run.calls[call].outcome == Outcome::cut;
+    }
 
   private:
     /// What the bytes of dump lines belong to.

@@ -54,9 +54,7 @@ bool MonitorReader::line(Shape shape, std::string_view text, std::string_view re
             add(ServiceContract::INTERFACES_REMOVED, context.devices.of_path(rest, context.number),
                 context.run.texts.keep(rest));
             return true;
-        case Shape::info_value:
-            add(ServiceContract::INFO, none, number_or_text(rest));
-            return true;
+        case Shape::info_value: add(ServiceContract::INFO, none, number_or_text(rest)); return true;
         case Shape::device_error_eid:
         case Shape::progress_eid:
         case Shape::properties_changed_eid: device_of_eid(rest); return true;
@@ -84,8 +82,7 @@ void MonitorReader::begin()
 void MonitorReader::add(std::string_view member, Index of, Value value,
                         std::optional<std::string_view> name)
 {
-    context.run.signals.push_back(
-        {begun == 0 ? context.number : begun, of, member, value, name});
+    context.run.signals.push_back({begun == 0 ? context.number : begun, of, member, value, name});
     if (!in_properties)
     {
         begun = 0;
@@ -126,7 +123,8 @@ bool MonitorReader::changed_property(std::string_view text)
         const auto is_word = std::find(challenge_statuses.begin(), challenge_statuses.end(),
                                        text) != challenge_statuses.end();
         const auto last_has_no_word = text == completed;
-        if (last_has_no_word || (*name == "ChallengeStatus" && !is_word && text.find(": ") != text.npos))
+        if (last_has_no_word ||
+            (*name == "ChallengeStatus" && !is_word && text.find(": ") != text.npos))
         {
             add(ServiceContract::PROPERTIES_CHANGED, device, {}, context.run.texts.keep(*name));
             continue;

@@ -32,8 +32,8 @@ class MonitorReader
     Value number_or_text(std::string_view rest);
 
     Context& context;
-    Line begun = 0;           ///< Where the signal's lines begin.
-    Index device = none;      ///< The first that the signal names.
+    Line begun = 0;      ///< Where the signal's lines begin.
+    Index device = none; ///< The first that the signal names.
     bool in_properties = false;
     bool any_property = false;
 };

@@ -96,8 +96,7 @@ bool SuiteReader::availability_line(Shape shape, std::string_view rest)
 bool SuiteReader::slots_line(Shape shape, std::string_view rest)
 {
     const auto discovered = [&](Outcome outcome) {
-        auto& call =
-            context.run.calls[context.add_call(Operation::get_all, outcome)];
+        auto& call = context.run.calls[context.add_call(Operation::get_all, outcome)];
         call.slot_discovery = true;
         if (slots_begun != 0)
         {
@@ -154,7 +153,9 @@ bool SuiteReader::category_line(Shape shape, std::string_view rest)
     {
         case Shape::suite_device: begin_suite(rest); return true;
         case Shape::normal_begins: begin_category(CategoryName::normal); return true;
-        case Shape::signed_tests_begin: begin_category(CategoryName::signed_measurements); return true;
+        case Shape::signed_tests_begin:
+            begin_category(CategoryName::signed_measurements);
+            return true;
         case Shape::failure_begins: begin_category(CategoryName::failure); return true;
         case Shape::stress_begins: begin_category(CategoryName::stress); return true;
         case Shape::normal_aborted: abort_category(CategoryName::normal); return true;
@@ -252,9 +253,7 @@ bool SuiteReader::heading_line(Shape shape, std::string_view rest)
         case Shape::different_slots: tests_of_different_slots = 0; return true;
         case Shape::testing_slot:
         case Shape::testing_unsupported_slot:
-        case Shape::testing_invalid_slot:
-            slot = take_number<std::uint32_t>(rest);
-            return true;
+        case Shape::testing_invalid_slot: slot = take_number<std::uint32_t>(rest); return true;
         default: return false;
     }
 }
@@ -278,7 +277,9 @@ bool SuiteReader::test_line(Shape shape, std::string_view rest)
         case Shape::test_single: return numbered("Single Measurement Index ", true, true);
         case Shape::test_invalid_index: return numbered("Invalid Measurement Index ", false, true);
         case Shape::test_invalid_slot: return numbered("Invalid Slot ID ", false, false);
-        case Shape::test_multiple: begin_test(shape, "Multiple Measurement Indices", true, {}); return true;
+        case Shape::test_multiple:
+            begin_test(shape, "Multiple Measurement Indices", true, {});
+            return true;
         case Shape::test_all:
             begin_test(shape, "All Measurements Retrieval (0xFF)", true, {255});
             return true;
@@ -316,6 +317,10 @@ void SuiteReader::begin_test(Shape shape, std::string_view name, bool expects_su
     begun.category = category.value_or(CategoryName::normal);
     begun.ordinal = ++ordinals[static_cast<std::size_t>(begun.category)];
     test = static_cast<Index>(context.run.tests.size());
+    if (auto* running = current())
+    {
+        running->first_test = running->tests++ == 0 ? test : running->first_test;
+    }
     context.run.tests.push_back(begun);
     test_heading = shape;
     test_number = {};
@@ -378,8 +383,12 @@ bool SuiteReader::verdict_line(Shape shape, std::string_view rest)
         case Shape::warned_invalid_index:
             end_test(Shape::test_invalid_index, warning, {});
             return true;
-        case Shape::passed_invalid_slot: end_test(Shape::test_invalid_slot, passed, {}); return true;
-        case Shape::warned_invalid_slot: end_test(Shape::test_invalid_slot, warning, {}); return true;
+        case Shape::passed_invalid_slot:
+            end_test(Shape::test_invalid_slot, passed, {});
+            return true;
+        case Shape::warned_invalid_slot:
+            end_test(Shape::test_invalid_slot, warning, {});
+            return true;
         case Shape::passed_signed: end_test(Shape::test_signed, passed, {}); return true;
         case Shape::failed_signed: end_test(Shape::test_signed, failed, {}); return true;
         default: return false;
@@ -416,8 +425,7 @@ bool SuiteReader::table_line(Shape shape, std::string_view text, std::string_vie
             }
             in_table = true;
             descriptor = none;
-            context.run.suites[suite].first_row =
-                static_cast<Index>(context.run.categories.size());
+            context.run.suites[suite].first_row = static_cast<Index>(context.run.categories.size());
             return true;
         case Shape::table_row:
             if (!in_table)
@@ -499,12 +507,8 @@ bool SuiteReader::details_line(Shape shape, std::string_view text, std::string_v
         case Shape::details_tests:
             found->tests_told = take_number<std::uint64_t>(rest);
             return true;
-        case Shape::details_rate:
-            found->rate_told = take_number<std::uint64_t>(rest);
-            return true;
-        case Shape::suite_verdict:
-            found->verdict_told = context.run.texts.keep(text);
-            return true;
+        case Shape::details_rate: found->rate_told = take_number<std::uint64_t>(rest); return true;
+        case Shape::suite_verdict: found->verdict_told = context.run.texts.keep(text); return true;
         case Shape::suite_done:
             found->done_line = context.number;
             close();
@@ -524,8 +528,7 @@ void SuiteReader::object_not_found()
         return;
     }
     supported.clear();
-    auto& call =
-        context.run.calls[context.add_call(Operation::get_all, Outcome::unknown_device)];
+    auto& call = context.run.calls[context.add_call(Operation::get_all, Outcome::unknown_device)];
     call.slot_discovery = true;
     slots_known();
 }

@@ -29,7 +29,10 @@ class SuiteReader
     void close();
 
     /// Whether a suite on a device is being read.
-    bool in_suite() const { return suite != none; }
+    bool in_suite() const
+    {
+        return suite != none;
+    }
 
   private:
     bool availability_line(Shape shape, std::string_view rest);

@@ -19,8 +19,8 @@ void TranscriptReader::line(std::string_view text, std::uint64_t bytes)
     text = without_prompts(text, asked_slot);
     const auto recognised = recognise(text);
     // What precedes the first conversation belongs to it.
-    const auto begins = recognised.shape == Shape::client_start && conversation &&
-                        conversation->is_transcript();
+    const auto begins =
+        recognised.shape == Shape::client_start && conversation && conversation->is_transcript();
     if (begins)
     {
         end_conversation(number - 1);

@@ -31,8 +31,12 @@ class TranscriptReader
     void finish();
 
   private:
-    class Conversation;
+    void end_conversation(Line last_line);
+
+    TakeRun take_run;
     std::unique_ptr<Conversation> conversation;
+    std::uint64_t conversation_bytes = 0;
+    Line number = 0;
 };
 
 } // namespace report
