@@ -350,7 +350,7 @@ class Judge
             }
         }
         result.nothing = !judged;
-        result.verdict = worst(result.counts, true);
+        result.verdict = worst(result.counts, result.counts[Verdict::passed] != 0);
         for (std::size_t i = 0; i < result.devices.size(); ++i)
         {
             result.devices[i].verdict = worst(result.devices[i].counts, measured[i]);
@@ -369,9 +369,7 @@ class Judge
         {
             return Verdict::error;
         }
-        const auto skipped =
-            counts[Verdict::skipped] != 0 && (!measured || counts[Verdict::passed] == 0);
-        return skipped ? Verdict::skipped : Verdict::passed;
+        return counts[Verdict::skipped] != 0 && !measured ? Verdict::skipped : Verdict::passed;
     }
 
     void find_worst()

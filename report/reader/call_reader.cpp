@@ -77,11 +77,11 @@ bool CallReader::line(Shape shape, std::string_view text, std::string_view rest)
             return true;
         case Shape::certificate_error:
             context.add_call(Operation::get_certificate, Outcome::error);
-            result(Operation::get_certificate);
+            made(Operation::get_certificate);
             return true;
         case Shape::certificate_properties_error:
             context.add_call(Operation::get_certificate_properties, Outcome::error);
-            result(Operation::get_certificate_properties);
+            made(Operation::get_certificate_properties);
             return true;
         case Shape::properties_head:
             close();
@@ -147,7 +147,7 @@ void CallReader::answer_authentication(Outcome outcome, std::string_view rest)
         call.status = code_of(*word, challenge_statuses);
         call.microseconds = number_in<std::int64_t>(rest);
     }
-    result(Operation::re_authenticate);
+    made(Operation::re_authenticate);
     authentication = none;
 }
 
@@ -173,7 +173,7 @@ bool CallReader::certificate_result(std::string_view rest)
     {
         call.certificate_path = context.run.texts.keep(path);
     }
-    result(operation);
+    made(operation);
     return true;
 }
 
@@ -221,7 +221,7 @@ void CallReader::object_not_found(std::optional<Operation> asked)
     const auto in_sequence = step && *step < regression.size();
     const auto operation = in_sequence ? regression[*step] : asked.value_or(Operation::unknown);
     context.add_call(operation, Outcome::unknown_device);
-    result(operation);
+    made(operation);
 }
 
 void CallReader::close()
@@ -264,8 +264,7 @@ void CallReader::end_regression()
     }
 }
 
-/// The call has its result; in a regression the next operation follows.
-void CallReader::result(Operation operation)
+void CallReader::made(Operation operation)
 {
     if (step)
     {

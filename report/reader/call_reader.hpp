@@ -27,8 +27,9 @@ class CallReader
     /// A call whose head was printed without a result has printed nothing.
     void close();
 
-    /// In a regression the operations before this one have printed nothing.
-    void due(Operation operation);
+    /// A call has been made, of this part or another: in a regression the operations before it have
+    /// printed nothing.
+    void made(Operation operation);
 
     /// Leaves the regression, if one is read.
     void end_regression();
@@ -43,7 +44,7 @@ class CallReader
     }
 
   private:
-    void result(Operation operation);
+    void due(Operation operation);
     void answer_authentication(Outcome outcome, std::string_view rest);
     bool certificate_result(std::string_view rest);
     bool property(std::string_view text);

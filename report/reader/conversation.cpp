@@ -25,6 +25,23 @@ bool is_menu(Shape shape)
            shape == Shape::operations_menu;
 }
 
+/// The measurement call that the line is the first of. An error comes alone where the call was not sent.
+std::optional<Operation> measurement_made(Shape shape, bool is_open)
+{
+    switch (shape)
+    {
+        case Shape::measurement_begins: return Operation::get_measurement;
+        case Shape::signed_begins: return Operation::get_signed_measurement;
+        case Shape::measurement_bus_error:
+        case Shape::measurement_error:
+            return is_open ? std::nullopt : std::optional(Operation::get_measurement);
+        case Shape::signed_bus_error:
+        case Shape::signed_error:
+            return is_open ? std::nullopt : std::optional(Operation::get_signed_measurement);
+        default: return std::nullopt;
+    }
+}
+
 } // namespace
 
 Conversation::Conversation(Line first_line)
@@ -55,6 +72,10 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
     if (is_menu(shape) || shape == Shape::choose_option)
     {
         monitor.close();
+    }
+    if (const auto operation = measurement_made(shape, measurements.is_open()))
+    {
+        calls.made(*operation);
     }
     if (monitor.line(shape, text, rest) || measurements.line(shape, text, rest))
     {

@@ -71,13 +71,9 @@ enum class Shape : std::uint8_t
     validation_failed,
     total_size,
     signature_size_expected,
-    analysis_hashing,
     base64_received,
-    decoded_size,
     complete_output,
-    measurement_section,
     measurement_size,
-    signature_section,
     signature_size,
 
     regression_device,
