@@ -54,6 +54,10 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
 {
     const auto [shape, rest] = recognised;
     context.number = number;
+    if (shape == Shape::dump && measurements.dump_line(rest))
+    {
+        return;
+    }
     if (asked_slot)
     {
         asked = Asked::slot;

@@ -335,27 +335,34 @@ bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
+constexpr auto hex_digits = [] {
+    std::array<bool, 256> digits{};
+    for (const auto digit : std::string_view{"0123456789abcdef"})
+    {
+        digits[static_cast<unsigned char>(digit)] = true;
+    }
+    return digits;
+}();
+
 bool is_hex(char c)
 {
-    return is_digit(c) || (c >= 'a' && c <= 'f');
+    return hex_digits[static_cast<unsigned char>(c)];
 }
 
 /// "10 11 ... ", at most 16 bytes; the last blank may be missing.
 bool is_bytes(std::string_view text)
 {
-    if (text.size() < 2 || text.size() > 48)
+    if (text.size() < 2 || text.size() > 48 || text.size() % 3 == 1)
     {
         return false;
     }
-    for (std::size_t i = 0; i < text.size(); i += 3)
+    bool all = true; // Without branches: most dump lines are whole and right.
+    for (std::size_t i = 0; i + 2 < text.size(); i += 3)
     {
-        if (i + 1 >= text.size() || !is_hex(text[i]) || !is_hex(text[i + 1]) ||
-            (i + 2 < text.size() && text[i + 2] != ' '))
-        {
-            return false;
-        }
+        all = all & is_hex(text[i]) & is_hex(text[i + 1]) & (text[i + 2] == ' ');
     }
-    return true;
+    const auto last = text.size() - 2;
+    return all && (text.size() % 3 == 0 || (is_hex(text[last]) && is_hex(text[last + 1])));
 }
 
 constexpr std::array indented_lines{
@@ -531,7 +538,7 @@ Recognised recognise(std::string_view text)
 
 std::string_view without_prompts(std::string_view text, bool& asked_slot)
 {
-    while (true)
+    while (text.starts_with('P') || text.starts_with('E'))
     {
         if (text.starts_with("Please Enter Slot Number: "))
         {
@@ -557,9 +564,10 @@ std::string_view without_prompts(std::string_view text, bool& asked_slot)
         }
         else
         {
-            return text;
+            break;
         }
     }
+    return text;
 }
 
 } // namespace report

@@ -52,14 +52,9 @@ Status take_status(std::string_view& rest)
 
 bool MeasurementReader::line(Shape shape, std::string_view text, std::string_view rest)
 {
-    if (shape == Shape::dump || shape == Shape::bytes)
+    if (shape == Shape::bytes)
     {
-        if (dump == Dump::none)
-        {
-            return false;
-        }
-        dump_line(rest);
-        return true;
+        return dump_line(rest);
     }
     if (!broken.empty())
     {
@@ -311,11 +306,11 @@ bool MeasurementReader::signed_line(Shape shape, std::string_view rest)
     }
 }
 
-void MeasurementReader::dump_line(std::string_view bytes)
+bool MeasurementReader::dump_line(std::string_view bytes)
 {
-    if (dump == Dump::ignored)
+    if (dump == Dump::ignored || dump == Dump::none)
     {
-        return;
+        return dump == Dump::ignored;
     }
     std::array<char, 16> row;
     std::size_t count = 0;
@@ -324,6 +319,7 @@ void MeasurementReader::dump_line(std::string_view bytes)
         row[count++] = static_cast<char>(nibble(bytes[i]) << 4U | nibble(bytes[i + 1]));
     }
     dumped.append(row.data(), count);
+    return true;
 }
 
 void MeasurementReader::close_dump()

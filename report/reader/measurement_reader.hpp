@@ -20,6 +20,9 @@ class MeasurementReader
     /// Whether the line was one of these.
     bool line(Shape shape, std::string_view text, std::string_view rest);
 
+    /// Whether the bytes of a dump's line belong to one.
+    bool dump_line(std::string_view bytes);
+
     /// Nothing of the last call follows: what it printed must be whole.
     void close();
 
@@ -48,7 +51,6 @@ class MeasurementReader
     bool call_line(Shape shape, std::string_view rest);
     bool block_line(Shape shape, std::string_view rest);
     bool signed_line(Shape shape, std::string_view rest);
-    void dump_line(std::string_view bytes);
     void close_dump();
     Measurement* current_block();
     Signed* current_signed();
