@@ -1,0 +1,28 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+/// Permissions count for the test while this lives: the superuser, for whom they do not, is nobody.
+class OrdinaryUser
+{
+  public:
+    OrdinaryUser()
+    {
+        constexpr uid_t nobody = 65534;
+        if (user == 0)
+        {
+            EXPECT_EQ(seteuid(nobody), 0);
+        }
+    }
+    ~OrdinaryUser()
+    {
+        EXPECT_EQ(seteuid(user), 0);
+    }
+    OrdinaryUser(const OrdinaryUser&) = delete;
+    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+  private:
+    uid_t user = geteuid();
+};
