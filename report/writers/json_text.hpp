@@ -106,7 +106,7 @@ class JsonText
     template <typename... Values>
     void value(const std::variant<Values...>& one)
     {
-        std::visit([this](const auto& held) { value(held); }, one);
+        std::visit([this](const auto& held) { this->value(held); }, one);
     }
     template <std::ranges::range Values>
     requires(!std::convertible_to<Values, std::string_view>) void value(const Values& values)
@@ -123,8 +123,7 @@ class JsonText
     void copy(std::string_view json)
     {
         need(json.size());
-        std::memcpy(next, json.data(), json.size());
-        next += json.size();
+        next += json.copy(next, json.size());
     }
 
     /// The text so far, without the comma after its last value. It begins again with nothing.

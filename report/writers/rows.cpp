@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
 
 namespace report
 {
@@ -121,6 +122,13 @@ void add_places(std::vector<Place>& places, const Run& run, Kind kind)
     });
 }
 
+void sort(std::vector<Place>& places)
+{
+    std::ranges::sort(places, {}, [](const Place& place) {
+        return std::tuple(place.line, place.kind, place.index);
+    });
+}
+
 void begin_row(JsonText& json, std::string_view kind, const Run& run)
 {
     json.begin_object();
@@ -136,7 +144,7 @@ std::vector<Place> places_of(const Run& run, Kind kind)
 {
     std::vector<Place> places;
     add_places(places, run, kind);
-    std::ranges::sort(places);
+    sort(places);
     return places;
 }
 
@@ -147,7 +155,7 @@ std::vector<Place> places_of(const Run& run)
     {
         add_places(places, run, names.kind);
     }
-    std::ranges::sort(places);
+    sort(places);
     return places;
 }
 

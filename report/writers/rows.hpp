@@ -3,7 +3,6 @@
 #include "report/judge/judgement.hpp"
 #include "report/model/run.hpp"
 
-#include <compare>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -36,8 +35,6 @@ struct Place
     Line line = 0;
     Kind kind = Kind::device;
     Index index = 0; ///< In the run's vector of that kind.
-
-    auto operator<=>(const Place&) const = default;
 };
 
 /// All rows in the transcript's order.
