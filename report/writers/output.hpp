@@ -19,6 +19,7 @@ struct Totals
     std::uint64_t bytes = 0;
     std::uint64_t notes = 0;
     std::uint64_t nothing_to_judge = 0; ///< Inputs and runs in which nothing was judged.
+    std::uint64_t unreadable = 0;       ///< Inputs that could not be read, or not to their end.
     Counts counts;
 };
 
@@ -31,7 +32,13 @@ class Output
     /// The text for one judged run. Several threads may call it at once.
     virtual std::string prepare(const Run& run, const Judgement& judgement) const = 0;
 
-    /// Takes what `prepare` returned, in the order of the inputs. Raises `OutputError`.
+    /// The text for an input in which there is no run.
+    virtual std::string prepare_without_runs([[maybe_unused]] std::string_view file) const
+    {
+        return {};
+    }
+
+    /// Takes what those returned, in the order of the inputs. Raises `OutputError`.
     virtual void append(std::string_view prepared) = 0;
 
     /// After the last run. Raises `OutputError`.
