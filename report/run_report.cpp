@@ -245,6 +245,8 @@ class Job
         const Input& input = inputs[place];
         Piece last;
         last.totals.inputs = 1;
+        last.totals.unreadable = input.problem.empty() ? 0 : 1;
+        last.complaint = input.problem;
         std::uint64_t runs = 0;
         TranscriptReader reader([&](Run&& run) {
             run.controller = input.controller;
@@ -269,7 +271,7 @@ class Job
         }
         catch (const InputError& problem)
         {
-            last.complaint = problem.what();
+            last.complaint = problem.what(); // The transcript's problem is the more important one.
             last.totals.unreadable = 1;
         }
         lines.finish(take_line);

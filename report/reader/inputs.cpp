@@ -132,10 +132,9 @@ class Search
         {
             add(argument, real_path(std::string(folder_of(argument))));
         }
-        else if (!search(argument, real_path(argument), error))
+        else if (search(argument, real_path(argument), error); error)
         {
-            throw InputError(error ? argument + ": " + error.message()
-                                   : "no transcript in " + argument);
+            throw InputError(argument + ": " + error.message());
         }
     }
 
@@ -350,6 +349,7 @@ void name_by_paths(std::vector<Input>& inputs, const std::vector<std::string>& r
 }
 
 void take_run_file(Input& input)
+try
 {
     if (!is_main_transcript(file_name_of(input.path)))
     {
@@ -363,6 +363,10 @@ void take_run_file(Input& input)
             input.controller = std::move(read->controller);
         }
     }
+}
+catch (const InputError& problem)
+{
+    input.problem = problem.what();
 }
 
 } // namespace

@@ -24,6 +24,7 @@ struct Input
     std::string
         controller; ///< run.json's name, else the part of the path that differs between inputs.
     std::optional<Circumstances> circumstances; ///< From run.json beside it.
+    std::string problem = {};                   ///< Why that cannot be read; empty if it can.
 };
 
 /// The transcripts that the arguments name: files, "-", and folders, which are searched in the order

@@ -149,7 +149,8 @@ struct Summary::State
     static std::string device_table(const Controller& controller, const Terminal& terminal)
     {
         const auto name = printable(controller.name, longest_name);
-        std::string text = name.empty() ? "" : styled(Style::strong, name, terminal) + "\n";
+        std::string text =
+            styled(Style::strong, name == "-" ? "standard input" : name, terminal) + "\n";
         std::vector<Row> rows;
         for (const DeviceRow& device : controller.devices)
         {
@@ -157,12 +158,8 @@ struct Summary::State
                 Row{{device.eid}, {device.xmid}, {device.path}} +
                 counted_cells(look_of(device.verdict), word(device.verdict), device.counts));
         }
-        if (!rows.empty())
-        {
-            text +=
-                table(with_counts({{"EID", true}, {"XMID", false, true}, {"Path", false, true}}),
+        text += table(with_counts({{"EID", true}, {"XMID", false, true}, {"Path", false, true}}),
                       rows, terminal);
-        }
         if (controller.more_devices != 0)
         {
             text += fmt::format("  … and {} more\n", count_of(controller.more_devices, "device"));
@@ -197,6 +194,7 @@ struct Summary::State
 
     OutputFile file;
     bool written = false;
+    bool any_judged = false;
     bool signed_data = false;
     std::vector<Controller> controllers;
     std::unordered_map<std::string, std::size_t> places;
@@ -254,7 +252,9 @@ void Summary::append(std::string_view prepared)
     state->signed_data |= packed.number() != 0;
     auto& controller = state->controller(packed.text());
     ++controller.runs;
-    controller.nothing |= packed.number() != 0;
+    const bool nothing = packed.number() != 0;
+    controller.nothing |= nothing;
+    state->any_judged |= !nothing;
     controller.counts += unpack_counts(packed);
     for (auto rows = packed.at_end() ? 0 : packed.number(); rows > 0; --rows)
     {
@@ -302,12 +302,15 @@ void Summary::finish(const Totals& totals)
     {
         for (const auto& controller : state->controllers)
         {
-            state->separate();
-            state->file.append(State::device_table(controller, terminal));
+            if (!controller.devices.empty())
+            {
+                state->separate();
+                state->file.append(State::device_table(controller, terminal));
+            }
         }
     }
     state->separate();
-    state->file.append(closing_lines(totals, state->signed_data, terminal));
+    state->file.append(closing_lines(totals, state->any_judged, state->signed_data, terminal));
     state->file.finish();
 }
 

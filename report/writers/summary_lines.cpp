@@ -145,7 +145,7 @@ struct Closing
     std::string words;
 };
 
-Closing closing_of(const Totals& totals)
+Closing closing_of(const Totals& totals, bool any_judged)
 {
     if (totals.counts[Verdict::failed] != 0)
     {
@@ -161,9 +161,8 @@ Closing closing_of(const Totals& totals)
     }
     if (totals.nothing_to_judge != 0)
     {
-        return {nothing_look, totals.counts[Verdict::passed] == 0
-                                  ? "NOTHING TO JUDGE"
-                                  : "NOTHING TO JUDGE in a part of the input"};
+        return {nothing_look,
+                any_judged ? "NOTHING TO JUDGE in a part of the input" : "NOTHING TO JUDGE"};
     }
     return {look_of(Verdict::passed), "PASSED"};
 }
@@ -325,11 +324,12 @@ std::vector<DeviceRow> device_rows(const Run& run, const Judgement& judgement)
     return rows;
 }
 
-std::string closing_lines(const Totals& totals, bool signed_data, const Terminal& terminal)
+std::string closing_lines(const Totals& totals, bool any_judged, bool signed_data,
+                          const Terminal& terminal)
 {
     Paragraph counted;
     counted.add(Style::plain, totals_line(totals));
-    const Closing closing = closing_of(totals);
+    const Closing closing = closing_of(totals, any_judged);
     std::string text = counted.laid_out(terminal, 0);
     text += styled(closing.look.style, fmt::format("{} {}", closing.look.mark, closing.words),
                    terminal);

@@ -72,6 +72,7 @@ struct DeviceRow
 std::vector<DeviceRow> device_rows(const Run& run, const Judgement& judgement);
 
 /// How many of what there were, the verdict, and what it does not say.
-std::string closing_lines(const Totals& totals, bool signed_data, const Terminal& terminal);
+std::string closing_lines(const Totals& totals, bool any_judged, bool signed_data,
+                          const Terminal& terminal);
 
 } // namespace report

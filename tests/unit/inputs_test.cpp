@@ -269,12 +269,7 @@ class InputMistake : public testing::TestWithParam<Mistake>
 TEST_P(InputMistake, IsNamed)
 {
     const WorkingFolder folder;
-    write(folder, {{"file", ""},
-                   {"empty/.hidden", ""},
-                   {"noise/seq", "1\n"},
-                   {"gone", "-> nowhere"},
-                   {"damaged/transcript.txt", ""},
-                   {"damaged/run.json", "{"}});
+    write(folder, {{"file", ""}, {"gone", "-> nowhere"}});
     EXPECT_EQ(complaint_of<InputError>([] {
                   find_inputs({"file", GetParam().written});
               }),
@@ -286,11 +281,27 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Mistake{"Missing", "missing", "missing: No such file or directory"},
                     Mistake{"Empty", "", ": No such file or directory"},
                     Mistake{"FileAsFolder", "file/x", "file/x: Not a directory"},
-                    Mistake{"LinkToNowhere", "gone", "gone: No such file or directory"},
-                    Mistake{"EmptyFolder", "empty", "no transcript in empty"},
-                    Mistake{"OtherFiles", "noise/", "no transcript in noise/"},
-                    Mistake{"RunFile", "damaged", "damaged/run.json: no valid JSON at byte 2"}),
+                    Mistake{"LinkToNowhere", "gone", "gone: No such file or directory"}),
     name_of);
+
+TEST(Inputs, AreNoneInFoldersWithoutATranscript)
+{
+    const WorkingFolder folder;
+    write(folder, {{"empty/.hidden", ""}, {"noise/seq", "1\n"}});
+    EXPECT_TRUE(find_inputs({"empty", "noise/"}).empty());
+}
+
+TEST(Inputs, AreReadWithoutADamagedRunFile)
+{
+    const WorkingFolder folder;
+    write(folder, {{"a/transcript.txt", ""}, {"a/run.json", "{"}, {"b/transcript.txt", ""}});
+    const auto inputs = find_inputs({"a", "b"});
+    ASSERT_EQ(inputs.size(), 2U);
+    EXPECT_EQ(inputs[0].problem, "a/run.json: no valid JSON at byte 2");
+    EXPECT_EQ(inputs[0].controller, "a");
+    EXPECT_FALSE(inputs[0].circumstances);
+    EXPECT_EQ(inputs[1].problem, "");
+}
 
 struct NameCase
 {

@@ -281,7 +281,7 @@ TEST_F(SummaryTest, TheVerdictIsTheWorst)
     totals.counts[Verdict::passed] = 1;
     EXPECT_EQ(verdict(), "✓ PASSED\n");
     open(1);
-    totals.counts[Verdict::passed] = 1;
+    add(two_devices(), judged({passed_check}));
     totals.nothing_to_judge = 1;
     EXPECT_EQ(verdict(), "? NOTHING TO JUDGE in a part of the input\n");
     open(1);
