@@ -82,12 +82,12 @@ class Results
         return piece;
     }
 
-    Piece prepare_without_runs(std::string_view file) const
+    Piece prepare_without_runs(std::string_view controller, std::string_view file) const
     {
         Piece piece;
         for (const Entry& entry : outputs)
         {
-            piece.texts.push_back(entry.output->prepare_without_runs(file));
+            piece.texts.push_back(entry.output->prepare_without_runs(controller, file));
         }
         return piece;
     }
@@ -225,7 +225,7 @@ void name_empty_folders(const std::vector<std::string>& arguments, const std::ve
         if (std::none_of(inputs.begin(), inputs.end(),
                          [&](const Input& input) { return input.path.starts_with(folder); }))
         {
-            Piece piece = results.prepare_without_runs(argument);
+            Piece piece = results.prepare_without_runs(argument, argument);
             piece.totals.nothing_to_judge = 1;
             results.take(piece);
         }
@@ -278,7 +278,7 @@ class Job
         reader.finish();
         if (runs == 0 && last.totals.unreadable == 0)
         {
-            last.texts = results.prepare_without_runs(input.path).texts;
+            last.texts = results.prepare_without_runs(input.controller, input.path).texts;
             last.totals.nothing_to_judge = 1;
         }
         in_turn.put(place, std::move(last));

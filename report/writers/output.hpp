@@ -33,7 +33,8 @@ class Output
     virtual std::string prepare(const Run& run, const Judgement& judgement) const = 0;
 
     /// The text for an input in which there is no run.
-    virtual std::string prepare_without_runs([[maybe_unused]] std::string_view file) const
+    virtual std::string prepare_without_runs([[maybe_unused]] std::string_view controller,
+                                             [[maybe_unused]] std::string_view file) const
     {
         return {};
     }

@@ -212,8 +212,8 @@ std::string Summary::prepare(const Run& run, const Judgement& judgement) const
 {
     const bool several = controllers > 1;
     Packer packer;
-    packer << failure_lines(run, judgement, several, terminal)
-           << std::uint64_t{!run.signed_measurements.empty()} << std::string_view(run.controller)
+    packer << failure_lines(run, judgement, several, terminal) << std::string_view(run.controller)
+           << std::uint64_t{1} << std::uint64_t{!run.signed_measurements.empty()}
            << std::uint64_t{judgement.nothing} << judgement.counts;
     if (controllers <= most_tables)
     {
@@ -232,9 +232,11 @@ std::string Summary::prepare(const Run& run, const Judgement& judgement) const
     return std::move(packer.packed);
 }
 
-std::string Summary::prepare_without_runs(std::string_view file) const
+std::string Summary::prepare_without_runs(std::string_view controller, std::string_view file) const
 {
-    return std::move((Packer() << nothing_line(file, "no conversation", terminal)).packed);
+    Packer packer;
+    packer << nothing_line(file, "no conversation", terminal) << controller << std::uint64_t{0};
+    return std::move(packer.packed);
 }
 
 void Summary::append(std::string_view prepared)
@@ -245,13 +247,15 @@ void Summary::append(std::string_view prepared)
         state->written = true;
         state->file.append(lines);
     }
-    if (packed.at_end())
+    auto& controller = state->controller(packed.text());
+    const auto runs = packed.number();
+    controller.runs += runs;
+    if (runs == 0)
     {
+        controller.nothing = true;
         return;
     }
     state->signed_data |= packed.number() != 0;
-    auto& controller = state->controller(packed.text());
-    ++controller.runs;
     const bool nothing = packed.number() != 0;
     controller.nothing |= nothing;
     state->any_judged |= !nothing;

@@ -20,7 +20,8 @@ class Summary : public Output
     ~Summary() override;
 
     std::string prepare(const Run& run, const Judgement& judgement) const override;
-    std::string prepare_without_runs(std::string_view file) const override;
+    std::string prepare_without_runs(std::string_view controller,
+                                     std::string_view file) const override;
     void append(std::string_view prepared) override;
     void finish(const Totals& totals) override;
 

@@ -172,20 +172,27 @@ std::string totals_line(const Totals& totals)
     const auto& counts = totals.counts;
     const auto checks = counts[Verdict::passed] + counts[Verdict::failed] + counts[Verdict::error] +
                         counts[Verdict::skipped];
-    std::string line = fmt::format(
-        "{}, {}, {}: {} passed, {} failed, {}, {} skipped", count_of(totals.inputs, "input"),
-        count_of(totals.runs, "run"), count_of(checks, "check"), grouped(counts[Verdict::passed]),
-        grouped(counts[Verdict::failed]), count_of(counts[Verdict::error], "error"),
-        grouped(counts[Verdict::skipped]));
+    return fmt::format("{}, {}, {}: {} passed, {} failed, {}, {} skipped",
+                       count_of(totals.inputs, "input"), count_of(totals.runs, "run"),
+                       count_of(checks, "check"), grouped(counts[Verdict::passed]),
+                       grouped(counts[Verdict::failed]), count_of(counts[Verdict::error], "error"),
+                       grouped(counts[Verdict::skipped]));
+}
+
+/// What was not judged; empty if nothing.
+std::string not_judged(const Totals& totals)
+{
+    std::string text;
     if (totals.notes != 0)
     {
-        line += fmt::format("; {} not known", count_of(totals.notes, "line"));
+        text = fmt::format("{} not known", count_of(totals.notes, "line"));
     }
     if (totals.unreadable != 0)
     {
-        line += fmt::format("; {} could not be read", count_of(totals.unreadable, "input"));
+        text += fmt::format("{}{} could not be read", text.empty() ? "" : "; ",
+                            count_of(totals.unreadable, "input"));
     }
-    return line;
+    return text;
 }
 
 } // namespace
@@ -327,19 +334,19 @@ std::vector<DeviceRow> device_rows(const Run& run, const Judgement& judgement)
 std::string closing_lines(const Totals& totals, bool any_judged, bool signed_data,
                           const Terminal& terminal)
 {
-    Paragraph counted;
-    counted.add(Style::plain, totals_line(totals));
+    const auto line = [&](Style style, const std::string& text) {
+        Paragraph paragraph;
+        paragraph.add(style, text);
+        return text.empty() ? text : paragraph.laid_out(terminal, 0);
+    };
     const Closing closing = closing_of(totals, any_judged);
-    std::string text = counted.laid_out(terminal, 0);
-    text += styled(closing.look.style, fmt::format("{} {}", closing.look.mark, closing.words),
-                   terminal);
-    text += '\n';
+    std::string text =
+        line(Style::plain, totals_line(totals)) + line(Style::plain, not_judged(totals)) +
+        line(closing.look.style, fmt::format("{} {}", closing.look.mark, closing.words));
     if (signed_data)
     {
-        Paragraph warning;
-        warning.add(Style::faint, "Signatures are not verified: of signed measurements only the "
-                                  "structure was checked.");
-        text += warning.laid_out(terminal, 0);
+        text += line(Style::faint,
+                     "Signatures are not verified, only the structure of signed measurements.");
     }
     return text;
 }

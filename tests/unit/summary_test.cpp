@@ -246,14 +246,17 @@ TEST_F(SummaryTest, ManyControllersHaveALineEach)
     Judgement nothing;
     nothing.nothing = true;
     add(run, nothing);
+    summary->append(summary->prepare_without_runs("bmc10", "empty"));
     totals.counts[Verdict::passed] += 1234567;
     EXPECT_EQ(text(), "! error   bmc8: CPU-0 (EID 10)  GetAll: no answer  bmc7.txt:9\n"
                       "? nothing no call and no test to judge  bmc7.txt:0\n"
+                      "? nothing no conversation  empty\n"
                       "\n"
                       "  Controller  Runs  Verdict    Passed  Failed  Errors  Skipped\n"
                       "  bmc7           2  ✓ passed        2       0       0        1\n"
                       "  bmc8           1  ! error         0       0       1        0\n"
                       "  bmc9           1  ? nothing       0       0       0        0\n"
+                      "  bmc10          0  ? nothing       0       0       0        0\n"
                       "\n"
                       "4 inputs, 4 runs, 1,234,571 checks: 1,234,569 passed, 0 failed, 1 error, 1 "
                       "skipped\n"
@@ -263,7 +266,7 @@ TEST_F(SummaryTest, ManyControllersHaveALineEach)
 TEST_F(SummaryTest, InputsWithoutRunsAreNamed)
 {
     open(1);
-    summary->append(summary->prepare_without_runs("empty\x1B.txt"));
+    summary->append(summary->prepare_without_runs("empty", "empty\x1B.txt"));
     totals.inputs = totals.nothing_to_judge = 1;
     EXPECT_EQ(text(), "? nothing no conversation  empty\\x1B.txt\n"
                       "\n"
@@ -303,7 +306,7 @@ TEST_F(SummaryTest, CountsNotesAndUnreadableInputs)
     open(1);
     totals.notes = 1234;
     totals.unreadable = 2;
-    EXPECT_NE(text().find("0 skipped; 1,234 lines not known; 2 inputs could not be read\n"),
+    EXPECT_NE(text().find("0 skipped\n1,234 lines not known; 2 inputs could not be read\n"),
               std::string::npos);
 }
 
@@ -311,7 +314,7 @@ TEST_F(SummaryTest, SaysThatSignaturesAreNotVerified)
 {
     report::Run run = two_devices();
     const std::string warning =
-        "Signatures are not verified: of signed measurements only the structure was checked.\n";
+        "Signatures are not verified, only the structure of signed measurements.\n";
     EXPECT_FALSE(text_of(run, judged({passed_check})).ends_with(warning));
     run.signed_measurements.resize(1);
     EXPECT_TRUE(text_of(run, judged({passed_check})).ends_with(warning));
