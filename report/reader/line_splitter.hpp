@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -66,15 +66,11 @@ class LineSplitter
         return line;
     }
 
-    /// Appends to the line that is not complete yet. What can no longer be among its first or last
-    /// bytes goes.
+    /// Appends to the line that is not complete yet.
     void hold(std::string_view part)
     {
         held_bytes += part.size();
-        const auto first = std::min(part.size(), kept_end - std::min(kept_end, held.size()));
-        held.append(part.substr(0, first));
-        part.remove_prefix(first);
-        held.append(part.substr(part.size() - std::min(part.size(), kept_end)));
+        held.append(part);
         // Not at each part: small ones would move the last bytes again and again.
         if (held.size() > 2 * longest)
         {
@@ -82,6 +78,7 @@ class LineSplitter
         }
     }
 
+    /// Removes what is neither among the first nor among the last bytes.
     void shorten()
     {
         if (held.size() > longest)
@@ -100,8 +97,8 @@ class LineSplitter
         held.clear();
     }
 
-    std::string held; ///< The line's first `kept_end` bytes, then at least as many of its last.
-    std::uint64_t held_bytes = 0; ///< Its bytes, with those that went.
+    std::string held; ///< The line, or its first `kept_end` bytes and at least as many of its last.
+    std::uint64_t held_bytes = 0; ///< Its bytes, with the removed ones.
 };
 
 } // namespace report

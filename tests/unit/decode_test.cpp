@@ -133,6 +133,7 @@ INSTANTIATE_TEST_SUITE_P(
         DecodeCase{"OfTwoAlgorithms", 1, 0x06, 1, any(32), unrecognised},
         DecodeCase{"OfNoAlgorithm", 1, 0, 1, any(32), unrecognised},
         DecodeCase{"OfUnknownAlgorithm", 1, 0x100, 1, any(32), unrecognised},
+        DecodeCase{"OfLargeAlgorithm", 1, 0x10004, 1, any(48), unrecognised},
         DecodeCase{"Empty", 1, 0x02, 0, "", unrecognised}),
     name_of_case);
 
@@ -207,6 +208,9 @@ INSTANTIATE_TEST_SUITE_P(
         DecodeCase{
             "NoDeviceMode", 0xFE, 0x01, 0x84, any(3),
             "type and algorithm | measurement manifest | raw | - | raw measurement manifest of 3 bytes; index 0xFE is the device mode's"},
+        DecodeCase{
+            "Large", 0x100FD, 0x02, 1, any(32),
+            "type and algorithm | mutable firmware | digest | SHA-256 | SHA-256 digest of mutable firmware"},
         DecodeCase{"TellNothingAlone", 0xFE, 0x01, 0xff, any(16), unrecognised}),
     name_of_case);
 

@@ -343,7 +343,7 @@ INSTANTIATE_TEST_SUITE_P(
         NameCase{"Stem", {"d/bmc7.txt.gz"}, {"d/bmc7.txt.gz"}, {"bmc7"}},
         NameCase{"OtherEnding", {"bmc7.log"}, {"bmc7.log"}, {"bmc7.log"}},
         NameCase{"OnlyPacked", {"bmc7.zst"}, {"bmc7.zst"}, {"bmc7"}},
-        NameCase{"OneOfEachEnding", {"a.txt.gz.zst"}, {"a.txt.gz.zst"}, {"a.txt.gz"}},
+        NameCase{"OneOfEachEnding", {"a.txt.zst.gz"}, {"a.txt.zst.gz"}, {"a.txt.zst"}},
         NameCase{"NothingButEndings", {".txt"}, {".txt"}, {".txt"}},
         NameCase{"FolderOfTranscript", {"d/bmc7/transcript.txt.zst"}, {"d"}, {"bmc7"}},
         NameCase{"FolderOfStandardOutput", {"d/1/bmc7/stdout"}, {"d"}, {"bmc7"}},
@@ -394,6 +394,15 @@ INSTANTIATE_TEST_SUITE_P(
                  {"a", "-", "b"}},
         NameCase{"FromTheRoot", {"dev/null"}, {"/dev/null", "dev/null"}, {"/dev", "dev"}}),
     [](const auto& info) { return info.param.name; });
+
+/// By the path as it was given.
+TEST(Controllers, AreNamedByALinkToTheFolder)
+{
+    const WorkingFolder folder;
+    write(folder, {{"runs/5/transcript.txt", ""}, {"bmc7", "-> runs/5"}});
+    EXPECT_EQ(find_inputs({"bmc7/transcript.txt"}).at(0).controller, "bmc7");
+    EXPECT_EQ(find_inputs({"bmc7"}).at(0).controller, "bmc7");
+}
 
 TEST(Controllers, AreThoseOfRunFiles)
 {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <malloc.h>
 #include <ostream>
 #include <random>
 #include <string>
@@ -168,6 +169,25 @@ TEST(SplitText, KeepsBothEndsOfAnyLength)
             EXPECT_EQ(lines[0].second, size + 1);
         }
     }
+}
+
+/// Bytes that the process has from the heap.
+std::size_t heap_bytes()
+{
+    const auto info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+TEST(SplitText, NeedsLittleMemoryForALineOfAnyLength)
+{
+    const std::string chunk(50000, 'x');
+    LineSplitter splitter;
+    const auto before = heap_bytes();
+    for (int count = 0; count < 200; ++count)
+    {
+        splitter.feed(chunk, [](std::string_view, std::uint64_t) { FAIL() << "no line ends"; });
+    }
+    EXPECT_LT(heap_bytes(), before + 1000000);
 }
 
 } // namespace
