@@ -159,43 +159,39 @@ class Search
         }
     }
 
-    /// Whether it holds a transcript; `error` says why it could not be searched.
-    bool search(const std::string& folder, const std::string& real_folder, std::error_code& error)
+    /// `error` says why it could not be searched.
+    void search(const std::string& folder, const std::string& real_folder, std::error_code& error)
     {
         const auto entries = list(folder, error);
         const auto main_transcript =
             std::find_if(entries.begin(), entries.end(), [](const Entry& entry) {
                 return !entry.is_folder && is_main_transcript(entry.name);
             });
-        bool any = false;
         for (auto entry = entries.begin(); entry != entries.end(); ++entry)
         {
             const auto path = in_folder(folder, entry->name);
             if (entry->is_folder)
             {
-                any = search_below(path, in_folder(real_folder, entry->name)) || any;
+                search_below(path, in_folder(real_folder, entry->name));
             }
             else if (main_transcript != entries.end()
                          ? entry == main_transcript
                          : is_named_as_transcript(entry->name) || begins_as_transcript(path))
             {
                 add(path, real_folder);
-                any = true;
             }
         }
-        return any;
     }
 
     /// A folder that cannot be searched becomes an input: who reads it says why.
-    bool search_below(const std::string& folder, const std::string& real_folder)
+    void search_below(const std::string& folder, const std::string& real_folder)
     {
         std::error_code error;
-        const bool any = search(folder, real_folder, error);
+        search(folder, real_folder, error);
         if (error)
         {
             add(folder, real_folder);
         }
-        return any || error;
     }
 
     static std::vector<Entry> list(const std::string& folder, std::error_code& error)
