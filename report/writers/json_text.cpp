@@ -124,8 +124,7 @@ std::string JsonText::take()
         --next;
     }
     buffer.resize(static_cast<std::size_t>(next - buffer.data()));
-    auto text = std::move(buffer);
-    buffer = {};
+    auto text = std::exchange(buffer, {});
     next = end = buffer.data();
     return text;
 }

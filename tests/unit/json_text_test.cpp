@@ -94,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
                     TextCase{"OverlongOfFour", "\xf0\x8f\xbf\xbf", mark + mark + mark + mark},
                     TextCase{"Surrogate", "\xed\xa0\x80", mark + mark + mark},
                     TextCase{"BeyondTheLast", "\xf4\x90\x80\x80", mark + mark + mark + mark},
-                    TextCase{"LeadsThatNeverAre", "\xf5\xff", mark + mark},
+                    TextCase{"LeadsThatNeverAre", "\xf5\x80\xff", mark + mark + mark},
                     TextCase{"CutInTwo", "\xc3\"", mark + "\\\""},
                     TextCase{"CutInThree", "\xe2\x9c.", mark + "."},
                     TextCase{"CutInFour", "\xf0\x9f\x8e.\xf0\x9f.", mark + "." + mark + "."},
@@ -163,6 +163,27 @@ TEST(JsonText, LinesOfValues)
     json.end_line();
     EXPECT_EQ(json.take(), "1\n2\n");
     EXPECT_EQ(json.take(), "");
+}
+
+TEST(JsonText, GrowsAtOnceForWhatIsLong)
+{
+    const std::string text(100000, 'x');
+    EXPECT_EQ(json_of(text), '"' + text + '"');
+    EXPECT_EQ(json_of(Bytes{text}).size(), 2 * text.size() + 2);
+}
+
+/// Whatever ends the buffer.
+TEST(JsonText, GrowsAtAnyPlace)
+{
+    for (std::size_t size = 4000; size < 4200; ++size)
+    {
+        JsonText json;
+        json.value(std::string(size, 'x'));
+        json("name", 1234567890123456789);
+        json("other name", true);
+        EXPECT_EQ(json.take(), '"' + std::string(size, 'x') +
+                                   R"(","name":1234567890123456789,"other name":true)");
+    }
 }
 
 TEST(JsonText, GrowsWithWhateverComes)

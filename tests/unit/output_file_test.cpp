@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -154,15 +155,6 @@ TEST_F(OutputFileTest, APipeIsWrittenDirectly)
     EXPECT_EQ(folder.names(), Names{"pipe"});
 }
 
-TEST_F(OutputFileTest, AFullDiskIsAComplaint)
-{
-    OutputFile file{"/dev/full"};
-    file.append("text");
-    EXPECT_EQ(complaint([&] { file.finish(); }), "cannot write /dev/full: No space left on device");
-    EXPECT_EQ(complaint([&] { file.append(std::string(65536, 'x')); }),
-              "cannot write /dev/full: No space left on device");
-}
-
 TEST_F(OutputFileTest, AMissingFolderIsAComplaint)
 {
     EXPECT_EQ(complaint([&] { OutputFile{path("missing/out.json")}; }),
@@ -216,6 +208,44 @@ class StandardOutput
   private:
     int before;
 };
+
+/// Not by its name: a mistake under test could replace the device.
+TEST_F(OutputFileTest, AFullDiskIsAComplaint)
+{
+    std::string at_the_end;
+    std::string at_once;
+    {
+        const StandardOutput output{::open("/dev/full", O_WRONLY)};
+        OutputFile file{"-"};
+        file.append("text");
+        at_the_end = complaint([&] { file.finish(); });
+        at_once = complaint([&] { file.append(std::string(65536, 'x')); });
+    }
+    EXPECT_EQ(at_the_end, "cannot write standard output: No space left on device");
+    EXPECT_EQ(at_once, "cannot write standard output: No space left on device");
+}
+
+TEST_F(OutputFileTest, AFileThatCannotGrowIsAComplaintAndLeavesWhatWasThere)
+{
+    folder.write("out.json", "before");
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    auto small = before;
+    small.rlim_cur = 1000;
+    std::string said;
+    {
+        OutputFile file{path("out.json")};
+        file.append(std::string(2000, 'x'));
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+        said = complaint([&] { file.finish(); });
+        ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    }
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(said, "cannot write " + path("out.json") + ": File too large");
+    EXPECT_EQ(folder.names(), Names{"out.json"});
+    EXPECT_EQ(folder.read("out.json"), "before");
+}
 
 TEST_F(OutputFileTest, ADashIsStandardOutputAndStaysOpen)
 {
