@@ -38,6 +38,7 @@ void JsonOutput::finish(const Totals& totals)
     json("bytes", totals.bytes);
     json("notes", totals.notes);
     json("nothing_to_judge", totals.nothing_to_judge);
+    json("unreadable", totals.unreadable);
     list_fields(json, totals.counts);
     json.end_object();
     file.append("\n],\"totals\":");

@@ -118,6 +118,7 @@ def check_totals(document):
     for name in ("lines", "bytes", "passed", "failed", "errors", "skipped"):
         assert totals[name] == sum(run[name] for run in runs), name
     assert totals["notes"] == sum(len(run["notes"]) for run in runs)
+    assert totals["unreadable"] == 0
     assert totals["nothing_to_judge"] >= sum(run["verdict"] == "nothing" for run in runs)
 
 
