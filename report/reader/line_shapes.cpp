@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -290,11 +291,23 @@ constexpr std::array rows{
     line("Properties change handler is completed."),
 };
 
+/// The first bytes as a number, in one load where the text is longer.
 std::uint64_t key_of(std::string_view text)
 {
     std::uint64_t key = 0;
-    std::memcpy(&key, text.data(), key_size);
-    return key;
+    if (text.size() < sizeof(key))
+    {
+        std::array<char, sizeof(key)> padded{};
+        std::copy_n(text.data(), key_size, padded.begin());
+        std::memcpy(&key, padded.data(), sizeof(key));
+        return key;
+    }
+    std::memcpy(&key, text.data(), sizeof(key));
+    // The byte after the key, wherever this machine has it.
+    constexpr auto last_byte = std::endian::native == std::endian::little
+                                   ? ~(std::uint64_t{0xff} << 56U)
+                                   : ~std::uint64_t{0xff};
+    return key & last_byte;
 }
 
 /// The rows by the hash of their keys.
@@ -335,34 +348,55 @@ bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-constexpr auto hex_digits = [] {
-    std::array<bool, 256> digits{};
-    for (const auto digit : std::string_view{"0123456789abcdef"})
-    {
-        digits[static_cast<unsigned char>(digit)] = true;
-    }
-    return digits;
-}();
-
 bool is_hex(char c)
 {
-    return hex_digits[static_cast<unsigned char>(c)];
+    return is_digit(c) || (c >= 'a' && c <= 'f');
+}
+
+constexpr std::size_t row_size = 48;
+
+/// Whether 16 bytes stand here, each with its blank. A loop that compilers vectorise: most lines of a
+/// transcript are such rows.
+bool is_whole_row(const char* text)
+{
+    constexpr auto blanks = [] {
+        std::array<std::uint8_t, row_size> places{};
+        for (std::size_t i = 2; i < places.size(); i += 3)
+        {
+            places[i] = 1;
+        }
+        return places;
+    }();
+    std::uint8_t wrong = 0;
+    for (std::size_t i = 0; i < row_size; ++i)
+    {
+        const auto c = static_cast<std::uint8_t>(text[i]);
+        const auto digit = static_cast<std::uint8_t>(c - '0') < 10;
+        const auto letter = static_cast<std::uint8_t>(c - 'a') < 6;
+        wrong |= static_cast<std::uint8_t>(blanks[i] != 0 ? c != ' ' : !(digit || letter));
+    }
+    return wrong == 0;
 }
 
 /// "10 11 ... ", at most 16 bytes; the last blank may be missing.
 bool is_bytes(std::string_view text)
 {
-    if (text.size() < 2 || text.size() > 48 || text.size() % 3 == 1)
+    if (text.size() == row_size)
+    {
+        return is_whole_row(text.data());
+    }
+    if (text.size() < 2 || text.size() > row_size || text.size() % 3 == 1)
     {
         return false;
     }
-    bool all = true; // Without branches: most dump lines are whole and right.
-    for (std::size_t i = 0; i + 2 < text.size(); i += 3)
+    for (std::size_t i = 0; i < text.size(); ++i)
     {
-        all = all & is_hex(text[i]) & is_hex(text[i + 1]) & (text[i + 2] == ' ');
+        if (i % 3 == 2 ? text[i] != ' ' : !is_hex(text[i]))
+        {
+            return false;
+        }
     }
-    const auto last = text.size() - 2;
-    return all && (text.size() % 3 == 0 || (is_hex(text[last]) && is_hex(text[last + 1])));
+    return true;
 }
 
 constexpr std::array indented_lines{
