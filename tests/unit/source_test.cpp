@@ -237,6 +237,19 @@ TEST_P(Packed, CutAnywhereDeliversTheBeginning)
     EXPECT_GT(before, much.size() / 2);
 }
 
+/// What few compressed bytes expand to is handed out in as many reads as it takes.
+TEST_P(Packed, CutAnywhereDeliversTheSameBySmallReads)
+{
+    const TemporaryFolder folder;
+    const auto packed =
+        GetParam()(std::string(700, 'a') + "b" + std::string(3000, 'c') + much.substr(0, 50));
+    for (std::size_t size = 5; size < packed.size(); ++size)
+    {
+        const auto path = folder.write("cut", packed.substr(0, size));
+        EXPECT_EQ(deliver(path, 10), deliver(path)) << size << " bytes";
+    }
+}
+
 /// Nothing before the damage is lost but the block that has it.
 TEST_P(Packed, DamagedAtItsEndDeliversWhatIsBefore)
 {
