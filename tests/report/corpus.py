@@ -39,6 +39,12 @@ def night():
     return (HERE / "night.txt").read_bytes()
 
 
+def gone():
+    """The night, and then an operation on a device that has left."""
+    head, menu, tail = night().rpartition(b"9: Go Back \nPlease Choose the option:\n")
+    return head + menu + b"Object name not found.\n" + head[head.rindex(b"1: ReAuthenticate") :] + menu + tail
+
+
 def bench(client, simulator):
     """A regression, then all suites, on the simulated bench."""
     with Bench(client, simulator) as started:

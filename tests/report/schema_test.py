@@ -30,6 +30,14 @@ ARRAYS = {
     "signal": "signals",
     "note": "notes",
 }
+ENDS = ["complete", "timeout", "interrupted", "client-ended"]
+CIRCUMSTANCES = {
+    "schema": "spdm-run/1",
+    "controller": "bmc-7",
+    "started": "2026-03-01T22:00:00Z",
+    "ended": "2026-03-02T06:00:00.25Z",
+    "exit_status": 0,
+}
 
 
 def objects_of(schema):
@@ -70,6 +78,10 @@ def write_transcripts(folder):
         corpus.write(folder, name, corpus.expected(name))
     corpus.write(folder, "night", corpus.night())
     corpus.write(folder, "bench", corpus.bench(CLIENT, SIMULATOR))
+    corpus.write(folder, "gone", corpus.gone())
+    for end in ENDS:
+        corpus.write(folder, end, corpus.night())
+        (folder / end / "run.json").write_text(json.dumps(CIRCUMSTANCES | {"end": end}))
     corpus.write(folder, "twice", corpus.night() + corpus.night())
     corpus.write(folder, os.fsdecode(b'quote"backslash\\line\nend\xff'), corpus.night())
     whole = [corpus.night(), corpus.expected("suite-all-tests-pass"), corpus.expected("property-report")]
@@ -131,6 +143,8 @@ for number, row in enumerate(rows, 1):
     complain(validator.iter_errors(row), f"row {number}, {json.dumps(row)[:300]}")
 complain(Draft7Validator(SCHEMA).iter_errors(document), "the document")
 assert {row["kind"] for row in rows} == {"run", *ARRAYS}
+assert {run["end"] for run in document["runs"]} == {None, *ENDS}
+assert "unknown-device" in {call["outcome"] for run in document["runs"] for call in run["calls"]}
 check_order(rows)
 check_totals(document)
 assert nested(rows) == document["runs"]
