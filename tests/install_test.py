@@ -3,6 +3,7 @@
 programs from there. Called as: FILE CLIENT SIMULATOR"""
 
 import json
+import subprocess
 import sys
 import tempfile
 from pathlib import Path
@@ -39,12 +40,21 @@ def check_without_simulator(source, folder):
     assert names <= installed(CLIENT_FILES).keys(), names - installed(CLIENT_FILES).keys()
 
 
+def check_tests_need_simulator(source, folder):
+    options = ("-Dtests=enabled", "-Dsimulator=disabled")
+    setup = subprocess.run(["meson", "setup", folder, source, *options], capture_output=True, text=True)
+    assert setup.returncode != 0, setup.stdout
+    assert "the tests need the simulator: -Dsimulator=enabled\n" in setup.stdout, setup.stdout
+
+
 def main():
     with tempfile.TemporaryDirectory(prefix="spdm-install-") as folder:
         check_install(Path(sys.argv[1]).parent, Path(folder) / "root")
         # In a cross-built test's path the target's assembler comes first, so nothing can be configured.
         if not exe_wrapper():
-            check_without_simulator(Path(__file__).resolve().parent.parent, Path(folder) / "build")
+            source = Path(__file__).resolve().parent.parent
+            check_without_simulator(source, Path(folder) / "build")
+            check_tests_need_simulator(source, Path(folder) / "without")
 
 
 if __name__ == "__main__":

@@ -129,6 +129,8 @@ def run(bench):
 
 
 def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
     start = time.monotonic()
     with Bench(*sys.argv[1:]) as bench:
         run(bench)
