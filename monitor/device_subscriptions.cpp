@@ -46,11 +46,13 @@ void drop_device_subscriptions(const std::string& path)
 
 void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus)
 {
-    // Never destroyed, or the connections would be released at exit.
+    // Never destroyed, or the references would be released at exit.
     static auto& kept = *new std::vector<sdbusplus::bus_t>;
     if (std::any_of(paths_subscribed_here.begin(), paths_subscribed_here.end(),
                     [](const auto& path) { return device_subscriptions.contains(path); }))
     {
+        // Nobody reads it from now on: the daemon would queue every signal that still matches.
+        bus.close();
         kept.push_back(std::move(bus));
     }
 }

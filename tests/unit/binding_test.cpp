@@ -898,7 +898,7 @@ TEST_F(Binding, ProcessAndWaitFailWithoutTheDaemon)
 TEST_F(Binding, ProcessAndWaitFailOnAClosedConnection)
 {
     auto bus = new_default_system();
-    sd_bus_close(borrow_default_bus());
+    bus.close();
     EXPECT_EQ(failure_of_processing(bus), process_failure);
     EXPECT_EQ(failure_of([&] { bus.wait(1000); }), wait_failure);
 }
@@ -969,6 +969,18 @@ TEST_F(Binding, ConnectionClosesWithItsLastReference)
     }
     EXPECT_TRUE(daemon_forgets(name));
     EXPECT_NE(new_default_system().get_unique_name(), name);
+}
+
+TEST_F(Binding, CloseEndsTheConnectionForAllItsHolders)
+{
+    auto bus = new_default_system();
+    const match_t match{bus, "type='signal'", [](message_t&) {}};
+    auto other = new_default_system();
+    const auto name = bus.get_unique_name();
+    bus.close();
+    EXPECT_TRUE(daemon_forgets(name));
+    EXPECT_EQ(failure_of([&] { call_daemon(other); }),
+              "sd_bus_call: System.Error.ENOTCONN: Transport endpoint is not connected");
 }
 
 TEST_F(Binding, ConstructionCompletesTheHello)

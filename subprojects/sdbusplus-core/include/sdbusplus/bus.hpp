@@ -41,6 +41,10 @@ class bus_t
 
     std::string get_unique_name();
 
+    /// Closes the connection for all who hold a reference to it; this object keeps its own. Messages still
+    /// queued are dropped. Whatever is done over the connection afterwards fails.
+    void close();
+
   private:
     friend class bus::match_t;
 
