@@ -304,7 +304,8 @@ class Session:
 
     def expect_one_of(self, *texts):
         """Like `expect`, where it is not certain which of some lines the client prints."""
-        line = self.process.seen[: self.process.wait_for("\n")]
+        end = self.process.wait_for("\n")
+        line = self.process.seen[:end]
         self.expect(line if line in texts else texts[0])
 
     def difference(self, expected, actual):

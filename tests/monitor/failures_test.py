@@ -79,6 +79,15 @@ def test_the_bus_dies_under_subscribed_devices():
         client.finish()
 
 
+def test_either_line_of_a_lost_bus_is_accepted():
+    """Whichever comes first in the list."""
+    for texts in (LOST, LOST[::-1]):
+        with monitoring() as client:
+            client.bench.stop_bus()
+            client.expect_one_of(*texts)
+            client.finish()
+
+
 def test_other_numbers_after_the_bus_has_died():
     with monitoring() as client:
         lose_bus(client)
