@@ -1,11 +1,11 @@
 #include "simulator/command_line.hpp"
 
 #include "simulator/json_value.hpp"
+#include "simulator/names.hpp"
 #include "simulator/presets.hpp"
 #include "simulator/signals.hpp"
 
 #include <nlohmann/json.hpp>
-#include <systemd/sd-bus.h>
 
 #include <algorithm>
 #include <limits>
@@ -49,10 +49,21 @@ class Arguments
 
     std::string path()
     {
-        std::string text = word("PATH");
-        if (!sd_bus_object_path_is_valid(text.c_str()))
+        return name("PATH", is_object_path, "object path");
+    }
+
+    /// The next word, if it is valid as a name of this kind.
+    std::string name(const std::string& argument, bool (*is_valid)(const std::string&),
+                     const std::string& kind)
+    {
+        std::string text = word(argument);
+        if (!is_valid(text))
         {
-            throw std::runtime_error("\"" + text + "\" is no valid object path");
+            throw std::runtime_error("\"" + text + "\" is no valid " + kind);
+        }
+        if (is_reserved(text))
+        {
+            throw std::runtime_error("\"" + text + "\" is reserved by the bus");
         }
         return text;
     }
@@ -141,13 +152,10 @@ Command parse_set(Arguments& arguments, const Folder&)
 
 Command parse_signal(Arguments& arguments, const Folder&)
 {
-    Signal signal{arguments.path(), arguments.word("INTERFACE"), arguments.word("MEMBER"), {}};
-    if (!sd_bus_interface_name_is_valid(signal.interface.c_str()) ||
-        !sd_bus_member_name_is_valid(signal.member.c_str()))
-    {
-        throw std::runtime_error(signal.interface + " " + signal.member +
-                                 " is no valid interface and member");
-    }
+    Signal signal{arguments.path(),
+                  arguments.name("INTERFACE", is_interface_name, "interface name"),
+                  arguments.name("MEMBER", is_member_name, "member name"),
+                  {}};
     if (!arguments.at_end())
     {
         const Json body = arguments.typed_values();
@@ -223,6 +231,10 @@ const char* const command_help =
 
 Command parse_command(const std::string& line, const std::filesystem::path& folder)
 {
+    if (line.find('\0') != std::string::npos)
+    {
+        throw std::runtime_error("a command cannot hold the character U+0000");
+    }
     Arguments arguments(line);
     const std::string name = arguments.word("the command");
     const auto form =

@@ -128,15 +128,6 @@ TEST_P(ValueMistake, IsNamedWithItsPlace)
               GetParam().complaint);
 }
 
-const std::string nested_variants = [] {
-    std::string text = R"(["q", 1])";
-    for (int i = 0; i < 60; ++i)
-    {
-        text = R"(["v", )" + text + "]";
-    }
-    return text;
-}();
-
 INSTANTIATE_TEST_SUITE_P(
     Basic, ValueMistake,
     testing::Values(
@@ -215,10 +206,41 @@ INSTANTIATE_TEST_SUITE_P(
                      "value[0]: 2 values are expected, not 1"}),
     [](const auto& info) { return info.param.name; });
 
-TEST(JsonValue, VariantsMayNotNestWithoutEnd)
+/// A q in this many variants.
+std::string nested_variants(int count)
 {
-    parse_value("v", nested_variants.substr(6, nested_variants.size() - 7));
-    EXPECT_THROW(parse_value("v", R"(["v", )" + nested_variants + "]"), PlaceError);
+    std::string text = R"(["q", 1])";
+    for (int i = 1; i < count; ++i)
+    {
+        text = R"(["v", )" + text + "]";
+    }
+    return text;
+}
+
+std::string value_complaint(const std::string& type, const std::string& json)
+{
+    return complaint_of<PlaceError>([&] { parse_value(type, json); });
+}
+
+TEST(JsonValue, NestsAsDeepAsTheBusTakes)
+{
+    EXPECT_EQ(value_complaint("v", nested_variants(57)), "(no complaint)");
+    const std::string complaint = value_complaint("v", nested_variants(58));
+    const std::string expected = "more than 57 containers within each other";
+    EXPECT_TRUE(complaint.ends_with(expected)) << complaint;
+    EXPECT_EQ(value_complaint("aa{s(v)}", R"([{"k": [)" + nested_variants(53) + "]}]"),
+              "(no complaint)");
+    EXPECT_NE(value_complaint("aa{s(v)}", R"([{"k": [)" + nested_variants(54) + "]}]"),
+              "(no complaint)");
+}
+
+TEST(JsonValue, NestedRepeatsHaveALimit)
+{
+    EXPECT_EQ(value_complaint("aan", R"({"repeat": {"repeat": 1, "times": 1000}, "times": 9991})"),
+              "value.times: 9991 is out of range (0 to 9990)");
+    EXPECT_EQ(value_complaint("as", R"({"repeat": {"repeat": "abcd", "times": 8388607},
+                                        "times": 4})"),
+              "value.times: 4 is out of range (0 to 3)");
 }
 
 } // namespace

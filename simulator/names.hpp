@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace simulator
+{
+
+// What the bus takes as a name. A message with any other costs its sender the connection.
+
+bool is_object_path(const std::string& text);
+bool is_interface_name(const std::string& text);
+bool is_member_name(const std::string& text);
+bool is_error_name(const std::string& text);
+
+/// Whether a signal may name this path or interface as its own: the bus reserves one of each.
+bool is_reserved(const std::string& name);
+
+} // namespace simulator
