@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Installs the build into a folder, compares the files there with those of the packages, and runs the
-programs from there. Called as: FILE CLIENT SIMULATOR"""
+programs from there. Compares also what other configurations install, or refuse. Called as: FILE CLIENT SIMULATOR"""
 
 import json
 import subprocess
@@ -13,31 +13,37 @@ from package_test import CLIENT_FILES, SIMULATOR_FILES, check_programs, files_be
 
 # What only a package has.
 ADDED = ("changelog.gz", "copyright")
+DOCUMENTS = ("share/doc/", "share/man/")
 
 
-def installed(files):
-    return {
-        name.removeprefix("usr/").removesuffix(".gz"): mode
-        for name, mode in files.items()
-        if not name.endswith(ADDED)
+def installed(files, documents):
+    """A package's files as Meson installs them below the prefix, with the documents or without."""
+    names = {
+        name.removeprefix("usr/").removesuffix(".gz"): mode for name, mode in files.items() if not name.endswith(ADDED)
     }
+    return {name: mode for name, mode in names.items() if documents or not name.startswith(DOCUMENTS)}
+
+
+def has_documents(build):
+    options = json.loads(run("meson", "introspect", "--buildoptions", build).stdout)
+    return next(option["value"] for option in options if option["name"] == "docs") == "enabled"
 
 
 def check_install(build, folder):
     run("meson", "install", "-C", build, "--no-rebuild", "--destdir", folder)
     prefix = folder / "usr/local"
-    files = {**installed(CLIENT_FILES), **installed(SIMULATOR_FILES)}
+    files = installed(CLIENT_FILES | SIMULATOR_FILES, has_documents(build))
     require_equal(listing(files), listing(files_below(prefix)), "the installed files")
     check_programs(prefix)
 
 
-def check_without_simulator(source, folder):
-    """A build that is configured without the simulator, built or not, installs the client's files only."""
-    run("meson", "setup", folder, source, "--prefix=/usr", "-Dtests=disabled", "-Dsimulator=disabled")
+def check_image(source, folder, documents):
+    """What the README's options for an image install, and with the documents."""
+    options = ("--prefix=/usr", "-Dtests=disabled", "-Dsimulator=disabled")
+    run("meson", "setup", folder, source, *options, *(["-Ddocs=enabled"] if documents else []))
     found = json.loads(run("meson", "introspect", "--installed", folder).stdout).values()
-    names = {name.removeprefix("/usr/") for name in found}
-    assert "bin/spdm-client" in names, names
-    assert names <= installed(CLIENT_FILES).keys(), names - installed(CLIENT_FILES).keys()
+    expected = ["/usr/" + name for name in installed(CLIENT_FILES, documents)]
+    require_equal(sorted(expected), sorted(found), f"the files for an image, documents: {documents}")
 
 
 def check_tests_need_simulator(source, folder):
@@ -53,7 +59,8 @@ def main():
         # In a cross-built test's path the target's assembler comes first, so nothing can be configured.
         if not exe_wrapper():
             source = Path(__file__).resolve().parent.parent
-            check_without_simulator(source, Path(folder) / "build")
+            check_image(source, Path(folder) / "image", documents=False)
+            check_image(source, Path(folder) / "documents", documents=True)
             check_tests_need_simulator(source, Path(folder) / "without")
 
 

@@ -19,7 +19,6 @@ CLIENT_FILES = {
     "usr/bin/spdm-client": PROGRAM,
     "usr/share/dbus-1/interfaces/com.varn.bmc.spdm.spdm.xml": DATA,
     "usr/share/doc/spdm-client/changelog.gz": DATA,
-    "usr/share/doc/spdm-client/com.varn.bmc.spdm.spdm.xml": DATA,
     "usr/share/doc/spdm-client/copyright": DATA,
     "usr/share/doc/spdm-client/service.md": DATA,
     "usr/share/doc/spdm-client/usage.md": DATA,
