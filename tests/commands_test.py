@@ -8,8 +8,13 @@ import subprocess
 import tempfile
 from pathlib import Path
 
+from harness import Process
+
 ROOT = Path(__file__).resolve().parent.parent
-PROJECT = "project('spdm-client')\ntest('passes', find_program('true'))\n"
+PROJECT = """project('spdm-client')
+custom_target(command: ['touch', '@OUTPUT@'], output: 'built', build_by_default: true)
+test('passes', find_program('true'))
+"""
 COMMANDS = [*(f"scripts/{name}" for name in ("build", "demo", "fuzz", "package", "setup", "test")), ".ci/run"]
 # What would install, configure or build something.
 WORKERS = ("apt-get", "clang++", "dpkg", "dpkg-query", "meson", "ninja")
@@ -37,6 +42,15 @@ class Tree:
     def __exit__(self, *_):
         shutil.rmtree(self.folder)
 
+    def add_programs(self, **programs):
+        """Shell scripts that stand for programs in the folder "path"."""
+        for name, text in programs.items():
+            write_program(self.folder / "path" / name, text)
+
+    @property
+    def path(self):
+        return f"{self.folder / 'path'}:{os.environ['PATH']}"
+
     def run(self, *words, **env):
         return subprocess.run(
             [self.folder / words[0], *words[1:]], env=os.environ | env, cwd="/", capture_output=True, text=True
@@ -58,16 +72,66 @@ def test_a_name_that_no_test_has():
 def test_help_is_all_that_is_done():
     with Tree() as tree:
         called = tree.folder / "called"
-        for name in WORKERS:
-            write_program(tree.folder / "path" / name, f"echo {name} >>'{called}'; exit 1")
-        path = f"{tree.folder / 'path'}:{os.environ['PATH']}"
+        tree.add_programs(**{name: f"echo {name} >>'{called}'; exit 1" for name in WORKERS})
         for command in COMMANDS:
             for option in ("-h", "--help"):
-                done = tree.run(command, option, PATH=path)
+                done = tree.run(command, option, PATH=tree.path)
                 assert done.returncode == 0, done
                 assert f"\nUsage: {command}" in done.stdout, done
                 assert done.stderr == "", done
                 assert not called.exists(), f"{command}: {called.read_text()}"
+
+
+def test_a_build_at_a_terminal_shows_progress():
+    with Tree() as tree:
+        build = Process([tree.folder / "scripts/build"], terminal=True, wrapper=[])
+        try:
+            build.wait_for("the first build takes some minutes\r\nbuilding...\r\n")
+            build.wait_for("[1/1] Generating built")
+            assert build.wait() == 0, build.seen
+        finally:
+            build.stop()
+        (tree.folder / "build/built").unlink()
+        again = tree.run("scripts/build")
+        assert (again.returncode, again.stdout, again.stderr) == (0, "", "building...\n"), again
+        assert (tree.folder / "build/built").exists()
+
+
+def test_missing_packages():
+    with Tree() as tree:
+        tree.add_programs(
+            **{
+                "apt-get": """case $* in *--print-uris*) echo "'u' a.deb 1000000 h"; echo "'u' b.deb 61400000 h" ;; esac
+echo "apt-get $*" >&2""",
+                "dpkg-query": "case $* in *ninja-build | *openssl) exit 1 ;; *) echo installed ;; esac",
+                "id": "echo 1000",
+            }
+        )
+        user = tree.run("scripts/setup", "demo", PATH=tree.path)
+        assert user.returncode == 1, user
+        commands = "  apt-get update\n  apt-get install --no-install-recommends ninja-build openssl\n"
+        assert user.stderr.endswith(f"then try again:\n{commands}"), user.stderr
+        tree.add_programs(id="echo 0")
+        root = tree.run("scripts/setup", "demo", PATH=tree.path)
+        assert root.returncode == 0, root
+        assert "\ninstalling 2 packages, about 62 MB to download\n" in root.stderr, root.stderr
+        assert root.stderr.endswith("apt-get -q -y install --no-install-recommends ninja-build openssl\n"), root.stderr
+
+
+def test_another_distribution():
+    """The tools count, not the packages, where there is no dpkg."""
+    with Tree() as tree:
+        tree.add_programs(**{name: "exit 0" for name in ("c++", "meson", "ninja", "dbus-daemon", "openssl", "busctl")})
+        tree.add_programs(**{"pkg-config": '[ "$*" != "--exists gtest" ]'})
+        for name in ("bash", "dirname"):
+            (tree.folder / "path" / name).symlink_to(shutil.which(name))
+        path = str(tree.folder / "path")
+        complete = tree.run("scripts/setup", "demo", PATH=path)
+        assert (complete.returncode, complete.stderr) == (0, ""), complete
+        incomplete = tree.run("scripts/setup", "test", PATH=path)
+        assert incomplete.returncode == 1, incomplete
+        names = ("the pkg-config module gtest", "the command dbus-send", "the command xxd")
+        assert incomplete.stderr.endswith("try again:\n" + "".join(f"  {name}\n" for name in names)), incomplete
 
 
 def test_drivers_without_programs():
@@ -79,6 +143,9 @@ def test_drivers_without_programs():
 def main():
     test_a_name_that_no_test_has()
     test_help_is_all_that_is_done()
+    test_a_build_at_a_terminal_shows_progress()
+    test_missing_packages()
+    test_another_distribution()
     test_drivers_without_programs()
 
 
