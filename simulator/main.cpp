@@ -64,9 +64,9 @@ try
     fill_standard_streams();
     std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is an error of the write
     const Options options = parse_options({argv + 1, argv + argc});
-    if (options.help)
+    if (!options.information.empty())
     {
-        std::cout << usage << std::flush;
+        LineOutput(STDOUT_FILENO, "standard output").print(options.information);
         return EXIT_SUCCESS;
     }
     return simulate(options);

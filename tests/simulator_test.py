@@ -7,7 +7,7 @@ import os
 import subprocess
 import sys
 
-from harness import Bench
+from harness import Bench, exe_wrapper
 
 NAME = "com.varn.bmc.spdm.spdm"
 CPU = "/com/varn/bmc/spdm/spdm/cpu/cpu_12"
@@ -30,6 +30,16 @@ def nested(variants):
     for _ in range(1, variants):
         value = ["v", value]
     return f"v {json.dumps(value)}"
+
+
+def check_options(simulator):
+    for words, status, output, errors in (
+        (["--version"], 0, "spdm-simulator 1.0.0\n", ""),
+        (["--bus"], 2, "", "spdm-simulator: unknown option --bus\nTry: spdm-simulator --help\n"),
+        (["/no/fleet"], 2, "", "/no/fleet: cannot be read: No such file or directory\n"),
+    ):
+        ended = subprocess.run([*exe_wrapper(), simulator, *words], capture_output=True, text=True, timeout=30)
+        assert (ended.returncode, ended.stdout, ended.stderr) == (status, output, errors), ended
 
 
 def check_names(bench, simulator):
@@ -75,6 +85,7 @@ def check_reader_that_leaves(bench):
 
 
 def main():
+    check_options(sys.argv[2])
     with Bench(*sys.argv[1:]) as bench:
         bench.fleet = bench.folder / "fleet.json"
         bench.fleet.write_text(json.dumps({"devices": [{"path": CPU}]}))
