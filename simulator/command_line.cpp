@@ -4,6 +4,7 @@
 #include "simulator/names.hpp"
 #include "simulator/presets.hpp"
 #include "simulator/signals.hpp"
+#include "simulator/signature.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -24,7 +25,7 @@ constexpr std::uint64_t most_signals = 1'000'000'000;
 class Arguments
 {
   public:
-    explicit Arguments(const std::string& line) : stream(line) {}
+    explicit Arguments(const std::string& line) : line(line), stream(line) {}
 
     bool at_end()
     {
@@ -93,16 +94,21 @@ class Arguments
         }
     }
 
-    /// A signature and one JSON value for each of its types, as [SIGNATURE, VALUE...].
-    Json typed_values()
+    /// A signature and one JSON value for each of its types.
+    Body typed_values()
     {
-        Json all = Json::array();
-        all.push_back(word("SIGNATURE"));
-        while (!at_end())
+        at_end();
+        const std::size_t start = position();
+        const auto types = types_or_advice(start);
+        Body body;
+        for (const std::string& type : types)
         {
-            all.push_back(json("VALUE"));
+            const std::string name =
+                types.size() == 1 ? "VALUE" : "VALUE " + std::to_string(body.size() + 1);
+            const Json value = body.empty() ? json_or_advice(name, start) : json(name);
+            body.push_back(value_from_json(type, JsonPlace(value, name)));
         }
-        return all;
+        return body;
     }
 
     void end()
@@ -114,6 +120,48 @@ class Arguments
     }
 
   private:
+    std::size_t position()
+    {
+        return stream.eof() ? line.size() : static_cast<std::size_t>(stream.tellg());
+    }
+
+    /// What is wrong, and what to type if the rest of the line from `text` on is meant as a text.
+    /// The signature belongs at `start`.
+    [[noreturn]] void advise(const std::string& wrong, std::size_t start, std::size_t text) const
+    {
+        const std::string quoted =
+            Json(line.substr(text)).dump(-1, ' ', false, Json::error_handler_t::replace);
+        throw std::runtime_error(wrong + "; for a text, type: " + line.substr(0, start) + "s " +
+                                 quoted);
+    }
+
+    std::vector<std::string> types_or_advice(std::size_t start)
+    {
+        const std::string signature = word("SIGNATURE");
+        try
+        {
+            return complete_types(signature);
+        }
+        catch (const std::invalid_argument& error)
+        {
+            advise(error.what(), start, start);
+        }
+    }
+
+    Json json_or_advice(const std::string& name, std::size_t start)
+    {
+        const std::size_t text = at_end() ? start : position();
+        try
+        {
+            return json(name);
+        }
+        catch (const std::runtime_error& error)
+        {
+            advise(error.what(), start, text);
+        }
+    }
+
+    const std::string& line;
     std::istringstream stream;
 };
 
@@ -146,8 +194,12 @@ Command parse_set(Arguments& arguments, const Folder&)
 {
     const std::string path = arguments.path();
     const std::string property = arguments.word("PROPERTY");
-    const Json value = arguments.typed_values();
-    return SetProperty{path, property, typed_value_from_json(JsonPlace(value, "value"))};
+    Body values = arguments.typed_values();
+    if (values.size() != 1)
+    {
+        throw std::runtime_error("a property has one value, not " + std::to_string(values.size()));
+    }
+    return SetProperty{path, property, std::move(values.front())};
 }
 
 Command parse_signal(Arguments& arguments, const Folder&)
@@ -158,8 +210,7 @@ Command parse_signal(Arguments& arguments, const Folder&)
                   {}};
     if (!arguments.at_end())
     {
-        const Json body = arguments.typed_values();
-        signal.arguments = body_from_json(JsonPlace(body, "values"));
+        signal.arguments = arguments.typed_values();
     }
     return signal;
 }

@@ -49,7 +49,7 @@ def check_names(bench, simulator):
         "signal /a a.9b x q 1": 'error: "a.9b" is no valid interface name',
         "signal /org/freedesktop/DBus/Local a.b x": 'error: "/org/freedesktop/DBus/Local" is reserved by the bus',
         f"set {CPU} Deep {nested(DEEPEST + 1)}":
-            f"error: value{(DEEPEST + 2) * '[1]'}: more than {DEEPEST} containers within each other",
+            f"error: VALUE{(DEEPEST + 1) * '[1]'}: more than {DEEPEST} containers within each other",
         f"set {CPU} Deep {nested(DEEPEST)}": "ok",
     }.items():
         simulator.write(line + "\n")
