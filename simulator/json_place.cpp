@@ -241,11 +241,13 @@ try
 }
 catch (const Json::exception& error)
 {
-    // The library writes "[json.exception.parse_error.101] parse error at line 3, column 5: why".
+    // The library writes "[json.exception.parse_error.101] parse error at line 3, column 5: why"
+    // and "[json.exception.out_of_range.406] why".
     const std::string what = error.what();
     const std::string lead = "parse error at ";
-    const auto start = what.find(lead);
-    throw PlaceError({}, start == std::string::npos ? what : what.substr(start + lead.size()));
+    const auto place = what.find(lead);
+    throw PlaceError(
+        {}, what.substr(place == std::string::npos ? what.find("] ") + 2 : place + lead.size()));
 }
 
 } // namespace simulator

@@ -280,19 +280,20 @@ TEST_P(FleetMistake, IsNamedWithItsPlace)
 
 INSTANTIATE_TEST_SUITE_P(
     Top, FleetMistake,
-    testing::Values(Mistake{"NoObject", "[]", "an object is expected, not an array"},
-                    Mistake{"UnknownMember", R"({"device": []})",
-                            "the member \"device\" is not known here"},
-                    Mistake{"ServiceWord", R"({"service": "gone"})",
-                            "service: \"present\" or \"absent\" is expected, not \"gone\""},
-                    Mistake{"ServiceNumber", R"({"service": 1})",
-                            "service: a text is expected, not a whole number"},
-                    Mistake{"DevicesObject", R"({"devices": {}})",
-                            "devices: an array is expected, not an object"},
-                    Mistake{"SamePath", R"({"devices": [{"path": "/a/b1"}, {"path": "/a/b1"}]})",
-                            "devices[1]: its path /a/b1 is already that of devices[0]"},
-                    Mistake{"MethodName", R"({"methods": {"Get": []}})",
-                            "methods: the member \"Get\" is not known here"}),
+    testing::Values(
+        Mistake{"NoObject", "[]", "an object is expected, not an array"},
+        Mistake{"NumberTooLarge", R"({"devices": 1e999})", "number overflow parsing '1e999'"},
+        Mistake{"UnknownMember", R"({"device": []})", "the member \"device\" is not known here"},
+        Mistake{"ServiceWord", R"({"service": "gone"})",
+                "service: \"present\" or \"absent\" is expected, not \"gone\""},
+        Mistake{"ServiceNumber", R"({"service": 1})",
+                "service: a text is expected, not a whole number"},
+        Mistake{"DevicesObject", R"({"devices": {}})",
+                "devices: an array is expected, not an object"},
+        Mistake{"SamePath", R"({"devices": [{"path": "/a/b1"}, {"path": "/a/b1"}]})",
+                "devices[1]: its path /a/b1 is already that of devices[0]"},
+        Mistake{"MethodName", R"({"methods": {"Get": []}})",
+                "methods: the member \"Get\" is not known here"}),
     name_of);
 
 INSTANTIATE_TEST_SUITE_P(
