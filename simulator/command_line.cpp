@@ -129,8 +129,7 @@ class Arguments
     /// The signature belongs at `start`.
     [[noreturn]] void advise(const std::string& wrong, std::size_t start, std::size_t text) const
     {
-        const std::string quoted =
-            Json(line.substr(text)).dump(-1, ' ', false, Json::error_handler_t::replace);
+        const std::string quoted = Json(line.substr(text)).dump();
         throw std::runtime_error(wrong + "; for a text, type: " + line.substr(0, start) + "s " +
                                  quoted);
     }
@@ -164,6 +163,23 @@ class Arguments
     const std::string& line;
     std::istringstream stream;
 };
+
+void check_line(const std::string& line)
+{
+    const std::string flaw = flaw_in_text(line);
+    if (!flaw.empty())
+    {
+        throw std::runtime_error("a command " + flaw);
+    }
+    try
+    {
+        Json(line).dump();
+    }
+    catch (const Json::exception&)
+    {
+        throw std::runtime_error("a command is UTF-8 text");
+    }
+}
 
 using Folder = std::filesystem::path;
 
@@ -282,10 +298,7 @@ const char* const command_help =
 
 Command parse_command(const std::string& line, const std::filesystem::path& folder)
 {
-    if (line.find('\0') != std::string::npos)
-    {
-        throw std::runtime_error("a command cannot hold the character U+0000");
-    }
+    check_line(line);
     Arguments arguments(line);
     const std::string name = arguments.word("the command");
     const auto form =

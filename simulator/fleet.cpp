@@ -98,10 +98,7 @@ void change_properties(Properties& properties, const JsonPlace& place)
 {
     for (const auto& [name, value] : place.members())
     {
-        if (name.find('\0') != std::string::npos)
-        {
-            value.fail("a D-Bus text cannot hold the character U+0000");
-        }
+        check_text(name, value);
         properties.erase(name);
         if (!value.is_null())
         {

@@ -50,10 +50,7 @@ Sequence repeated(const Sequence& once, const JsonPlace& place)
 
 std::string plain_text(const JsonPlace& place)
 {
-    if (place.text().find('\0') != std::string::npos)
-    {
-        place.fail("a D-Bus text cannot hold the character U+0000");
-    }
+    check_text(place.text(), place);
     return place.text();
 }
 
@@ -345,6 +342,15 @@ Body body_from_json(const JsonPlace& place)
         body.push_back(value_from_json(types[i], parts[i + 1]));
     }
     return body;
+}
+
+void check_text(const std::string& text, const JsonPlace& place)
+{
+    const std::string flaw = flaw_in_text(text);
+    if (!flaw.empty())
+    {
+        place.fail("a D-Bus text " + flaw);
+    }
 }
 
 std::vector<std::string> types_at(const JsonPlace& place)

@@ -63,6 +63,20 @@ TEST(Names, OfMembers)
     }
 }
 
+TEST(Texts, HaveNoZeroAndNoNoncharacters)
+{
+    EXPECT_EQ(flaw_in_text(std::string("a\0", 2)), "cannot hold the character U+0000");
+    for (const char* bad : {"\ufdd0", "a\ufdefb", "\ufffe", "\uffff", "\U0001fffe", "\U0010ffff"})
+    {
+        EXPECT_EQ(flaw_in_text(bad), "cannot hold a noncharacter, U+FFFE for instance") << bad;
+    }
+    for (const char* good : {"", "a", "\ufdcf", "\ufdf0", "\ufffd", "\U0001fffd", "\U00010000",
+                             "\u0fff\u00ff", "\u3fff", "\u7ffe"})
+    {
+        EXPECT_EQ(flaw_in_text(good), "") << good;
+    }
+}
+
 TEST(Names, ThatTheBusReserves)
 {
     EXPECT_TRUE(is_reserved("/org/freedesktop/DBus/Local"));
