@@ -7,11 +7,11 @@ import signal
 import tempfile
 from pathlib import Path
 
-from flushes_test import BANNER, OPERATIONS_MENU, TOP_MENU
 from harness import Process, mask, wait_until
+from layouts import BANNER, MAIN_MENU, OPERATIONS_MENU
 
 DEMO = Path(__file__).resolve().parent.parent / "scripts/demo"
-START = "".join(BANNER) + TOP_MENU
+START = BANNER + MAIN_MENU
 SECONDS_TO_END = 10
 REQUESTS_TO_END = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
 
@@ -58,7 +58,7 @@ def test_input_from_a_pipe():
         assert output.startswith(START), output
         conversation = (
             f"Selected device: EID=10\n{OPERATIONS_MENU}"
-            f"ReAuth Status: Passed Time taken(In us): <us>\n{OPERATIONS_MENU}{TOP_MENU}"
+            f"ReAuth Status: Passed Time taken(In us): <us>\n{OPERATIONS_MENU}{MAIN_MENU}"
         )
         assert output.endswith(conversation), output
         demo.expect_end(0)

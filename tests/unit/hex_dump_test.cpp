@@ -111,27 +111,6 @@ TEST(HexDump, OfEachLengthAtEachAlignment)
     }
 }
 
-class FlushCounter : public std::stringbuf
-{
-  public:
-    int flushes = 0;
-
-  protected:
-    int sync() override
-    {
-        ++flushes;
-        return std::stringbuf::sync();
-    }
-};
-
-TEST(HexDump, FlushesOnceALine)
-{
-    FlushCounter buffer;
-    std::ostream out{&buffer};
-    print_hex_dump(out, counting(33));
-    EXPECT_EQ(buffer.flushes, 3);
-}
-
 TEST(HexDump, NeitherMindsNorChangesTheFormatOfTheStream)
 {
     std::ostringstream out;
