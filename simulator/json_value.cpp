@@ -17,7 +17,7 @@ namespace
 // A message has at most 128 MiB; more elements or bytes than these can never be sent.
 constexpr std::uint64_t longest_text = 128ULL * 1024 * 1024;
 constexpr std::uint64_t most_elements = 1'000'000;
-// What repeats may multiply to, nested ones too.
+// The limit for values made by repeats, nested ones included.
 constexpr std::uint64_t most_values = 10'000'000;
 // The bus takes 64 containers within each other; GetManagedObjects puts 7 around a property.
 constexpr int most_containers = 57;

@@ -22,7 +22,7 @@ struct MessageRelease
 /// Owns one reference to a message.
 using MessageHandle = std::unique_ptr<sd_bus_message, MessageRelease>;
 
-/// All of these throw BusFailure.
+// Both throw BusFailure.
 void append_values(sd_bus_message* message, std::span<const Value> values);
 Call read_call(sd_bus_message* message);
 

@@ -112,7 +112,7 @@ std::size_t signature_size(EVP_PKEY* key, Scheme scheme)
 Key key_from_pem(const std::string& pem, const SigningAlgorithm& algorithm)
 {
     const Memory text(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
-    // Nobody is asked for a passphrase.
+    // A passphrase is not asked for.
     const auto no_passphrase = [](char*, int, int, void*) { return -1; };
     Key key(PEM_read_bio_PrivateKey(text.get(), nullptr, no_passphrase, nullptr));
     if (!key)
@@ -127,8 +127,7 @@ Key key_from_pem(const std::string& pem, const SigningAlgorithm& algorithm)
     return key;
 }
 
-/// Keys last as long as the program: one for each algorithm that signs without a given one, and each
-/// given one.
+/// Every key is kept until the program ends.
 EVP_PKEY* key_of(const Signing& signing)
 {
     static std::map<std::pair<std::string_view, std::string>, Key> keys;
