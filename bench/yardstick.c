@@ -2,10 +2,8 @@
 // connections, calls and matches as the client, every field of every reply read, and the same bytes
 // written, one write for each flushed line. The client is measured against it.
 //
-// What the operator would type is fixed by the mode, the one argument. The stand-in service answers
-// success everywhere; any other answer ends the yardstick, for the comparison would be void.
-
-#include "peers.h"
+// What the operator would type is fixed by the mode, the one argument. The service answers success
+// everywhere and in whole; any other answer ends the yardstick, for the comparison would be void.
 
 #include <systemd/sd-bus.h>
 
@@ -16,8 +14,47 @@
 #include <stdatomic.h>
 #include <stdbool.h>
 #include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 #include <time.h>
 #include <unistd.h>
+
+// The service's names.
+
+#define SERVICE "com.varn.bmc.spdm.spdm"
+#define ROOT "/com/varn/bmc/spdm/spdm"
+#define OBJECT_MANAGER "org.freedesktop.DBus.ObjectManager"
+#define PROPERTIES "org.freedesktop.DBus.Properties"
+
+static const char base64_alphabet[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+/// Ends the program with a message when an sd-bus or sd-event call failed (a negative errno value);
+/// otherwise hands the call's result on. A benchmark that limped on after an error would measure
+/// nothing.
+#define MUST(call) must((call), #call)
+
+static inline int must(int result, const char* call)
+{
+    if (result < 0)
+    {
+        fprintf(stderr, "%s: %s\n", call, strerror(-result));
+        exit(EXIT_FAILURE);
+    }
+    return result;
+}
+
+/// The memory, or the end of the program when there is none.
+static inline void* must_have(void* memory)
+{
+    if (!memory)
+    {
+        fputs("out of memory\n", stderr);
+        exit(EXIT_FAILURE);
+    }
+    return memory;
+}
 
 #define RULE_OF_40 "----------------------------------------"
 #define RULE_OF_60 "============================================================"
@@ -249,7 +286,7 @@ static void expect(bool met, const char* what)
 {
     if (met)
         return;
-    fprintf(stderr, "the service did not answer as the stand-in does: %s\n", what);
+    fprintf(stderr, "the service did not answer as in the benchmarks: %s\n", what);
     exit(EXIT_FAILURE);
 }
 
@@ -295,50 +332,18 @@ static int compare_devices(const void* a, const void* b)
 {
     const struct Device* left = a;
     const struct Device* right = b;
-    return left->eid != right->eid ? left->eid - right->eid : strcmp(left->path, right->path);
+    return left->eid - right->eid;
 }
 
-/// Orders the devices. Of those with one EID only the last in the order of the paths stays.
-static void order_devices(void)
+/// The device that is added is always a known one.
+static void replace_device(uint16_t eid, const char* path)
 {
-    if (devices.count == 0)
-        return;
-    qsort(devices.list, devices.count, sizeof *devices.list, compare_devices);
-    size_t kept = 0;
-    for (size_t i = 0; i < devices.count; ++i)
-        if (i + 1 == devices.count || devices.list[i].eid != devices.list[i + 1].eid)
-            devices.list[kept++] = devices.list[i];
-        else
-            free(devices.list[i].path);
-    devices.count = kept;
-}
-
-static struct Device* find_device(uint16_t eid)
-{
-    for (size_t i = 0; i < devices.count; ++i)
-        if (devices.list[i].eid == eid)
-            return &devices.list[i];
-    return NULL;
-}
-
-static void put_device(uint16_t eid, const char* path)
-{
-    struct Device* device = find_device(eid);
-    if (!device)
-    {
-        append_device(eid, path);
-        order_devices();
-        return;
-    }
+    const struct Device key = {.eid = eid};
+    struct Device* device =
+        bsearch(&key, devices.list, devices.count, sizeof *devices.list, compare_devices);
+    expect(device, "the device that is added is a known one");
     free(device->path);
     device->path = must_have(strdup(path));
-}
-
-static void free_devices(void)
-{
-    for (size_t i = 0; i < devices.count; ++i)
-        free(devices.list[i].path);
-    free(devices.list);
 }
 
 static void read_variant(sd_bus_message* message)
@@ -402,7 +407,7 @@ static void discover_devices(void)
         MUST(sd_bus_message_exit_container(reply));
     }
     MUST(sd_bus_message_exit_container(reply));
-    order_devices();
+    qsort(devices.list, devices.count, sizeof *devices.list, compare_devices);
     end_call(&call);
 }
 
@@ -723,7 +728,7 @@ static sd_bus_slot* add_match(sd_bus* bus, const char* member, const char* path,
     return slot;
 }
 
-/// For what the client subscribes to and the stand-in never sends.
+/// For what the client subscribes to and the benchmarks never send.
 static int on_unexpected(sd_bus_message* message, void* userdata, sd_bus_error* error)
 {
     (void)userdata;
@@ -765,7 +770,7 @@ static int on_added(sd_bus_message* message, void* word, sd_bus_error* error)
     const char* path = read_text(message, 'o');
     uint16_t eid = 0;
     expect(read_eid(path, &eid), "a device's path bears a number");
-    put_device(eid, path);
+    replace_device(eid, path);
     sayf("Object Added :%s", path);
     subscribe(sd_bus_message_get_bus(message), path);
     sayf("Interface  Added handler FOR %s is completed.", (const char*)word);
@@ -819,7 +824,7 @@ static void* watch(void* unused)
     release_subscriptions();
     for (size_t i = own_matches; i > 0; --i)
         sd_bus_slot_unref(slots[i - 1]);
-    sd_bus_unref(bus);
+    sd_bus_close_unref(bus);
     return NULL;
 }
 
@@ -946,8 +951,6 @@ int main(int argc, char** argv)
         if (strcmp(modes[i].name, argv[1]) != 0)
             continue;
         modes[i].run();
-        free_devices();
-        free(pending.data);
         return EXIT_SUCCESS;
     }
     fprintf(stderr, "usage: %s start|table|regression|measurement|signed|monitor\n", argv[0]);
