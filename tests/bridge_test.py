@@ -5,7 +5,7 @@ alone. Called as: FILE CLIENT SIMULATOR"""
 import sys
 from pathlib import Path
 
-from harness import Bench, Process, command, mask, wait_until
+from harness import Bench, Process, mask, wait_for_signal
 
 FLEET = Path(__file__).resolve().parent.parent / "simulator/fleets/bench.json"
 
@@ -25,13 +25,7 @@ def main():
         client.wait_for("    0 |   10 |      CPU-0-A1F4 | /com/varn/bmc/spdm/spdm/cpu/cpu_10\n")
         client.wait_for("Press -1 to stop monitoring\n")
         assert "ReAuth Status: Passed Time taken(In us): <us>\n" in mask(client.seen), client.seen
-
-        def informed():
-            command(simulator, "info 7")
-            client.read_some(0.1)
-            return "Info Signal: 7\n" in client.seen
-
-        wait_until(informed, "a signal")
+        wait_for_signal(simulator, client)
         client.write("-1\n9\n4\n")
         client.read_to_end()
         assert (client.wait(), client.stderr()) == (0, ""), client.stderr()

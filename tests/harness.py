@@ -1,6 +1,7 @@
 """A bus daemon, the simulator and the client as processes of a test, each stopped with it."""
 
 import ctypes
+import json
 import os
 import pty
 import re
@@ -246,6 +247,10 @@ class Bench:
         self.daemon.wait()
 
     def start_simulator(self, fleet):
+        """`fleet` is a file, or what one holds."""
+        if isinstance(fleet, dict):
+            content, fleet = fleet, self.folder / "fleet.json"
+            fleet.write_text(json.dumps(content))
         simulator = self.start([self.simulator_program, "--log", self.log, fleet])
         try:
             simulator.wait_for("ready\n")
@@ -257,18 +262,42 @@ class Bench:
     def start_client(self, **options):
         return self.start([self.client_program], **options)
 
+    def run_client(self, answers, **options):
+        """The client, ended after these answers without a complaint; `seen` holds its output."""
+        client = self.start_client(**options)
+        client.write(answers)
+        client.close_input()
+        client.read_to_end()
+        assert (client.wait(), client.stderr()) == (0, ""), (client.wait(), client.stderr())
+        return client
+
     def calls(self):
         """The calls that the simulator has logged, a line each."""
         return self.log.read_text() if self.log.exists() else ""
 
 
+def next_reply(simulator):
+    """The line with which the simulator answers the first command that was not answered yet."""
+    start, simulator.replies = simulator.replies, simulator.wait_for("\n", simulator.replies)
+    return simulator.seen[start : simulator.replies].rstrip("\n")
+
+
 def command(simulator, text):
     """Gives the simulator a command and waits until it is carried out."""
     simulator.write(text + "\n")
-    end = simulator.wait_for("\n", simulator.replies)
-    reply = simulator.seen[simulator.replies : end].strip()
-    simulator.replies = end
+    reply = next_reply(simulator)
     assert reply == "ok", f"{text}: {reply}"
+
+
+def wait_for_signal(simulator, client):
+    """Has signals sent until the client prints one: its monitor may not be ready for the first."""
+
+    def informed():
+        command(simulator, "info 7")
+        client.read_some(0.1)
+        return "Info Signal: 7\n" in client.seen
+
+    wait_until(informed, "a signal")
 
 
 def mask_times(text):

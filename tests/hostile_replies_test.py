@@ -2,7 +2,6 @@
 """The client's whole output for replies of extreme sizes, compared with a layout told here once more.
 Called as: FILE CLIENT SIMULATOR"""
 
-import json
 import os
 import subprocess
 import sys
@@ -17,9 +16,7 @@ def run(client, simulator, methods, answers):
     """The client's output between the item's last prompt and the next menu."""
     device = {"path": PATH, "preset": "bare", "properties": {"XMID": ["s", "X"], "DeviceEID": ["q", 12]}, "methods": methods}
     with Bench(client, simulator) as bench:
-        fleet = bench.folder / "fleet.json"
-        fleet.write_text(json.dumps({"devices": [device]}))
-        bench.start_simulator(fleet)
+        bench.start_simulator({"devices": [device]})
         transcript = bench.folder / "transcript.txt"
         # A file, as over a pipe each of a million lines would wake its reader.
         with transcript.open("wb") as output:

@@ -98,12 +98,7 @@ def check_programs(prefix):
     expected = (TESTS / "package_transcript.txt").read_text(encoding="utf-8")
     with Bench(*programs) as bench:
         bench.start_simulator(prefix / "share/spdm-simulator/fleets/bench.json")
-        client = bench.start_client()
-        client.write(TYPED)
-        client.close_input()
-        output = mask(client.read_to_end())
-        assert client.wait() == 0, f"the client's exit status is {client.wait()}"
-        assert not client.stderr(), client.stderr()
+        output = mask(bench.run_client(TYPED).seen)
         require_equal(expected.split("\n"), output.split("\n"), "the transcript")
     run(sys.executable, TESTS / "monitor/fleets_test.py", *programs, "one-by-one")
 

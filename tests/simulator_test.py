@@ -7,7 +7,7 @@ import os
 import subprocess
 import sys
 
-from harness import Bench, exe_wrapper
+from harness import Bench, exe_wrapper, next_reply
 
 NAME = "com.varn.bmc.spdm.spdm"
 CPU = "/com/varn/bmc/spdm/spdm/cpu/cpu_12"
@@ -53,10 +53,8 @@ def check_names(bench, simulator):
         f"set {CPU} Deep {nested(DEEPEST)}": "ok",
     }.items():
         simulator.write(line + "\n")
-        end = simulator.wait_for("\n", simulator.replies)
-        actual = simulator.seen[simulator.replies:end]
-        simulator.replies = end
-        assert actual == reply + "\n", (line, actual)
+        actual = next_reply(simulator)
+        assert actual == reply, (line, actual)
     objects = call(bench, os.path.dirname(CPU), "org.freedesktop.DBus.ObjectManager", "GetManagedObjects")
     assert '"Deep"' in objects, objects
     check_that_it_serves(bench)

@@ -3,7 +3,6 @@
 prints is compared, its memory and descriptors stay as they were after the first round, and it keeps pace.
 Called as: FILE CLIENT SIMULATOR. Takes some 20 seconds, so it is run by hand and by CI, not by every test."""
 
-import json
 import os
 import re
 import subprocess
@@ -106,9 +105,7 @@ def check_resources(first, last):
 
 
 def run(bench):
-    fleet = bench.folder / "fleet.json"
-    fleet.write_text(json.dumps(FLEET))
-    simulator = bench.start_simulator(fleet)
+    simulator = bench.start_simulator(FLEET)
     client = bench.start_client()
     client.write(ITEMS[0].lead)
     expect(client, BANNER + MAIN_MENU + ITEMS[0].opening, "start")
