@@ -1,6 +1,7 @@
 // The steps of an operation in their order, and the clock that it reads: the functions of the bus library
 // and of the C library that mark a step are replaced by ones that note it and go on to the real one.
 
+#include "name_of.hpp"
 #include "operations/certificates.hpp"
 #include "operations/measurements.hpp"
 #include "operations/properties.hpp"
@@ -249,6 +250,6 @@ INSTANTIATE_TEST_SUITE_P(
             "create append clock print call print read print read print clock print",
             "GENERIC ERROR: Signed measurement operation failed. Check device configuration.\n",
         }),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 } // namespace

@@ -169,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
         TypedMistake{"Path", "o", R"("/a/")", "value: \"/a/\" is no valid object path"},
         TypedMistake{"Signature", "g", R"("a")",
                      "value: \"a\" is no valid signature: a type is missing at its end"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 INSTANTIATE_TEST_SUITE_P(
     Container, ValueMistake,
@@ -204,7 +204,7 @@ INSTANTIATE_TEST_SUITE_P(
                      "value.a: a whole number is expected, not a text"},
         TypedMistake{"DictionaryPair", "a{sq}", R"([["a"]])",
                      "value[0]: 2 values are expected, not 1"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 /// A q in this many variants.
 std::string nested_variants(int count)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "name_of.hpp"
 
 #include <ostream>
 #include <string>
@@ -16,11 +16,6 @@ struct Mistake
 inline std::ostream& operator<<(std::ostream& out, const Mistake& mistake)
 {
     return out << mistake.written;
-}
-
-inline std::string name_of(const testing::TestParamInfo<Mistake>& info)
-{
-    return info.param.name;
 }
 
 /// what() of the Complaint that the action ends with.

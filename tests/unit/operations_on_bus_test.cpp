@@ -1,6 +1,7 @@
 // What one call makes of a reply, where no scenario and no cell of the matrix of faults shows it: the results that the
 // operations return, and all of the two probes and the descriptor of the suites.
 
+#include "name_of.hpp"
 #include "operations/certificates.hpp"
 #include "operations/measurements.hpp"
 #include "operations/properties.hpp"
@@ -60,8 +61,6 @@ auto operator<<(std::ostream& out, const Row& row) -> decltype(row.answers, out)
     return out << row.name;
 }
 
-constexpr auto name_of_row = [](const auto& info) { return info.param.name; };
-
 //
 // Results of the operations
 //
@@ -100,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(ReAuthenticate, OperationOnBus,
                                          re_authentication("NotSupported", 4, 1),
                                          re_authentication("UnknownStatus", 7, 1),
                                          ResultCase{"ErrorReply", re_authenticate, {}, 1}),
-                         name_of_row);
+                         name_of);
 
 int get_certificate()
 {
@@ -127,14 +126,14 @@ INSTANTIATE_TEST_SUITE_P(GetCertificate, OperationOnBus,
                          testing::Values(certificate("Success", 0), certificate("Failed", 1),
                                          certificate("UnknownStatus", 2),
                                          ResultCase{"ErrorReply", get_certificate, {}, 1}),
-                         name_of_row);
+                         name_of);
 
 INSTANTIATE_TEST_SUITE_P(
     GetCertificateProperties, OperationOnBus,
     testing::Values(certificate_properties("Success", 0), certificate_properties("Failed", 1),
                     certificate_properties("UnknownStatus", 2),
                     ResultCase{"ErrorReply", get_certificate_properties, {}, 1}),
-    name_of_row);
+    name_of);
 
 int measure()
 {
@@ -156,7 +155,7 @@ INSTANTIATE_TEST_SUITE_P(GetMeasurement, OperationOnBus,
                                          measurement("NotSupported", 10, false, 1),
                                          measurement("FailedWithABlock", 9, true, 1),
                                          ResultCase{"ErrorReply", measure, {}, 1}),
-                         name_of_row);
+                         name_of);
 
 int measure_signed()
 {
@@ -182,7 +181,7 @@ INSTANTIATE_TEST_SUITE_P(GetSignedMeasurement, OperationOnBus,
                                          signed_measurement("NotSupported", 10, "", 1),
                                          signed_measurement("FailedWithData", 9, "QUJD", 1),
                                          ResultCase{"ErrorReply", measure_signed, {}, 1}),
-                         name_of_row);
+                         name_of);
 
 const Answers nothing_measured{{"GetMeasurement", reply("qqa(qayuq)", 0, 0, 0)}};
 
@@ -192,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(
                                nothing_measured, 0},
                     ResultCase{"InvalidSlot", [] { return test_invalid_slot(eid, 8); },
                                nothing_measured, 0}),
-    name_of_row);
+    name_of);
 
 int report_properties()
 {
@@ -226,7 +225,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(ResultCase{"Whole", report_properties, {{"GetAll", append_properties}}, 0},
                     ResultCase{"ErrorReply", report_properties, {}, 1},
                     ResultCase{"Broken", report_properties, broken_properties, 1}),
-    name_of_row);
+    name_of);
 
 bool prints_bools_as_words_after(int (*operation)())
 {
@@ -315,7 +314,7 @@ INSTANTIATE_TEST_SUITE_P(
                   {{"GetAll", reply("a{sv}", 1, "ChallengeStatus", "q", 1)}},
                   0,
                   unexpected}),
-    name_of_row);
+    name_of);
 
 struct SlotsCase
 {
@@ -376,7 +375,7 @@ INSTANTIATE_TEST_SUITE_P(
                   {},
                   slots_failed},
         SlotsCase{"ErrorReply", {}, {}, slots_failed}),
-    name_of_row);
+    name_of);
 
 struct DescriptorCase
 {
@@ -429,7 +428,7 @@ INSTANTIATE_TEST_SUITE_P(
                        {},
                        "WARNING: Failed to get device properties. Check service availability.\n",
                        not_available}),
-    name_of_row);
+    name_of);
 
 //
 // Discovery
@@ -468,7 +467,7 @@ INSTANTIATE_TEST_SUITE_P(
                       -1,
                       {{7, "/b/b7"}, {8, "/a/a8"}}},
         DiscoveryCase{"ErrorReply", {}, -1, {}}),
-    name_of_row);
+    name_of);
 
 struct IdentityCase
 {
@@ -500,6 +499,6 @@ INSTANTIATE_TEST_SUITE_P(
                                  77},
                     IdentityCase{
                         "SecondRefused", {{"Get XMID", reply("v", "s", "CPU-77")}}, 0, "N/A", eid}),
-    name_of_row);
+    name_of);
 
 } // namespace

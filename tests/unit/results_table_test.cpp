@@ -1,3 +1,4 @@
+#include "name_of.hpp"
 #include "suites/results_table.hpp"
 
 #include <gtest/gtest.h>
@@ -137,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
             "| Stress Tests                    |       0|       0|        0% | ✗ FAIL  |",
             "| OVERALL SUMMARY                 |       0|       0|        0% | ✗ NEEDS ATTENTION |",
             attention}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 TEST(Results, CountTheOverallRateFromTheSums)
 {

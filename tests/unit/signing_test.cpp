@@ -1,3 +1,4 @@
+#include "name_of.hpp"
 #include "simulator/signing.hpp"
 
 #include <gtest/gtest.h>
@@ -59,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(Made, SigningWith,
                                          AlgorithmCase{"PSS2048", "TPM_ALG_RSAPSS_2048", 256},
                                          AlgorithmCase{"ED25519", "ED25519", 64},
                                          AlgorithmCase{"ED448", "ED448", 114}),
-                         [](const auto& info) { return info.param.name; });
+                         name_of);
 
 std::string complaint_with_key(const std::string& algorithm, const std::string& key)
 {
