@@ -856,10 +856,9 @@ TEST_F(Binding, NoDaemon)
     }
     catch (const SdBusError& error)
     {
-        EXPECT_STREQ(
-            error.what(),
-            "sd_bus_default_system: org.freedesktop.DBus.Error.FileNotFound: No such file or directory");
-        EXPECT_EQ(error.get_errno(), ENOENT);
+        EXPECT_STREQ(error.what(),
+                     "sd_bus_default_system: System.Error.ECONNREFUSED: Connection refused");
+        EXPECT_EQ(error.get_errno(), ECONNREFUSED);
     }
 }
 
