@@ -43,7 +43,7 @@ class Tree:
         shutil.rmtree(self.folder)
 
     def add_programs(self, **programs):
-        """Shell scripts that stand for programs in the folder "path"."""
+        """Shell scripts in the folder "path" that replace programs."""
         for name, text in programs.items():
             write_program(self.folder / "path" / name, text)
 
@@ -119,7 +119,7 @@ echo "apt-get $*" >&2""",
 
 
 def test_another_distribution():
-    """The tools count, not the packages, where there is no dpkg."""
+    """Without dpkg, the tools are looked for, not the packages."""
     with Tree() as tree:
         tree.add_programs(**{name: "exit 0" for name in ("c++", "meson", "ninja", "dbus-daemon", "openssl", "busctl")})
         tree.add_programs(**{"pkg-config": '[ "$*" != "--exists gtest" ]'})

@@ -48,7 +48,7 @@ DESTINATIONS = {"Hello": "org.freedesktop.DBus", "NameHasOwner": "org.freedeskto
 
 
 def calls_by_connection(output):
-    """A list a connection, in the order of their first calls: member, path and texts of each call."""
+    """For each connection, in the order of first calls, a list of its calls: member, path and texts."""
     connections = {}
     current = None
     for line in output.splitlines():

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Prints "N passed, N failed" for the JUnit log that Meson writes of a test run. A TAP test is a suite with
-a case for each of its results; that it ended before its last one stands only in the log beside it, and counts
-as one failure. Without a test's result it prints "no test ran". The status is 0 when tests passed and none failed."""
+a case for each of its results; if it ended too early, only the log beside it says so, and that counts
+as one failure. A log without results prints "no test ran". The status is 0 when tests passed and none failed."""
 
 import json
 import sys

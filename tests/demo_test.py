@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs scripts/demo as a newcomer would, and ends it in every way: it leaves no process and no file behind.
+"""Runs scripts/demo as a newcomer would, and ends it in every way: no process and no file is left.
 Called without arguments. Builds what the demo builds, so it is run by hand and by CI, not by every test."""
 
 import os
@@ -17,7 +17,7 @@ REQUESTS_TO_END = (signal.SIGHUP, signal.SIGINT, signal.SIGTERM)
 
 
 def left_running(folder):
-    """The command lines of all who were started with this folder for temporary files."""
+    """The command lines of all processes that were started with this folder for temporary files."""
     found = []
     for process in Path("/proc").glob("[0-9]*"):
         try:
@@ -29,7 +29,7 @@ def left_running(folder):
 
 
 class Demo(Process):
-    """The demo, run from another folder. When it has ended, nothing is left of it."""
+    """The demo, run from another folder."""
 
     def __init__(self, *arguments, suffix=""):
         self.folder = tempfile.TemporaryDirectory(suffix=suffix)
@@ -131,7 +131,7 @@ def test_a_fleet_that_is_not_there():
 
 
 def main():
-    # What a program started in the background ignores, its shells cannot trap.
+    # Started in the background, the test may ignore signals; shells cannot trap what they inherit as ignored.
     for request in REQUESTS_TO_END:
         signal.signal(request, signal.SIG_DFL)
     for _ in range(2):

@@ -56,7 +56,7 @@ def check_tests_need_simulator(source, folder):
 def main():
     with tempfile.TemporaryDirectory(prefix="spdm-install-") as folder:
         check_install(Path(sys.argv[1]).parent, Path(folder) / "root")
-        # In a cross-built test's path the target's assembler comes first, so nothing can be configured.
+        # A cross build puts the target's assembler first in PATH, so that Meson cannot configure for this machine.
         if not exe_wrapper():
             source = Path(__file__).resolve().parent.parent
             check_image(source, Path(folder) / "image", documents=False)

@@ -1,4 +1,4 @@
-"""Texts that the client prints, and layouts of measurements, typed here once more for the tests."""
+"""Texts that the client prints, and its layout of measurements, written independently of its source."""
 
 import base64
 

@@ -38,7 +38,7 @@ SIMULATOR_FILES = {
     **{f"usr/share/spdm-simulator/fleets/keys/{name}.pem": DATA for name in KEYS},
 }
 
-# The device at index 2 fails its re-authentication, which tells the fleet from an empty or another one.
+# The device at index 2 fails its re-authentication, so another fleet, or none, is noticed.
 TYPED = "2\n2\n1\n8\n-1\n9\n4\n"
 
 

@@ -61,7 +61,7 @@ def run(arguments, options):
 
 
 def compare(path, actual, optional):
-    """Prints how `actual` differs from the file; a missing file stands for no text."""
+    """Prints how `actual` differs from the file; a missing file counts as empty."""
     if optional and not path.exists():
         return True
     expected = path.read_text(encoding="utf-8") if path.exists() else ""

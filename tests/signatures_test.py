@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Re-assembles measurement and signature from the client's dumps and has openssl verify them, for a
+"""Reassembles measurement and signature from the client's dumps and has openssl verify them, for a
 device of each signing algorithm. Called as: FILE CLIENT SIMULATOR"""
 
 import json

@@ -25,7 +25,7 @@ def check_that_it_serves(bench):
 
 
 def nested(variants):
-    """The signature and value of a number in this many variants."""
+    """The signature and value of a number inside this many variants."""
     value = ["q", 1]
     for _ in range(1, variants):
         value = ["v", value]
@@ -43,7 +43,7 @@ def check_options(simulator):
 
 
 def check_names(bench, simulator):
-    """What would cost it the connection is refused; what is accepted does not."""
+    """Names that would make the bus close the connection are refused; after the accepted ones it still serves."""
     for line, reply in {
         "signal /a a.b 9x q 1": 'error: "9x" is no valid member name',
         "signal /a a.9b x q 1": 'error: "a.9b" is no valid interface name',

@@ -30,14 +30,14 @@ PASS = "".join(item.step for item in ITEMS)
 TEXT_OF_A_PASS = "".join(item.step_text(item.good()) for item in ITEMS)
 PASSES = -(-OPERATIONS // (len(ITEMS) * ROUNDS))
 
-# What a run may take in all: six times what it takes, for a machine that does other things as well.
+# Six times what a run takes on an idle machine.
 SECONDS = 120
 
-# When nothing is printed for so long, nothing more will come.
+# Output is complete after this long without any.
 SECONDS_OF_SILENCE = 10
 
-# The least leak there is, of 32 bytes an operation, is four times that; one a signal twenty times. What the
-# allocator touches late or keeps for the next monitor thread is a few pages.
+# The smallest leak, 32 bytes an operation, would be four times that; one in each signal twenty times. The
+# allocator itself may add a few pages.
 KIB_OF_GROWTH = 128
 
 
@@ -74,7 +74,7 @@ def is_monitored(bench):
 
 
 def monitor(bench, client, simulator):
-    """A device comes, sends its errors, and goes. Did it stay, its connection would be kept."""
+    """A device comes, sends its errors, and goes; a subscribed device would keep the monitor's connection open."""
     client.write("8\n")
     expect(client, STARTED, "start of the monitor")
     wait_until(lambda: is_monitored(bench), "the monitor's rules")

@@ -9,7 +9,7 @@ import sys
 from harness import Bench, mask
 
 RUNS = 4
-# What other load on the machine delays, it hardly delays at the same place in every run.
+# Retried up to this many runs: load on the machine hardly delays the same place in every run.
 MOST_RUNS = 24
 RUN_STARTS = "Starting Regression for object/com/varn/bmc/spdm/spdm/cpu/cpu_12\n"
 RUN_ENDS = "#           MEASUREMENT TEST SUITE DONE         #\n"
@@ -20,13 +20,13 @@ EMPTY, UPPER, LOWER = "", "[0-9A-F]{64}", "[0-9a-f]{64}"
 CASES_SHOWN = [EMPTY] * 2 + [UPPER] * 2 + [LOWER] * 2 + [UPPER] * 2 + [UPPER] * 5
 CASES = RUNS * [EMPTY, *CASES_SHOWN]
 
-# In seconds: the shortest and the longest there may be, and what is no pause.
+# In seconds. Anything up to NO_PAUSE is the time that the calls take.
 PAUSE, LONGEST_PAUSE, NO_PAUSE = 0.1, 0.125, 0.03
 RAPID = "\n=== Rapid Successive Measurements Test ===\n"
 ALTERNATING = "\n=== Alternating Measurement Types Test ===\n"
 RAPID_HEADING = "\n=== Testing Single Measurement Index 1 ===\n"
 RAPID_VERDICT = "✓ PASS: Single measurement index 1 test passed\n"
-# The headings behind the ten verdicts.
+# The lines after the ten verdicts.
 AFTER_PAUSES = [RAPID_HEADING] * 9 + [ALTERNATING]
 
 DEVICE = {

@@ -35,7 +35,7 @@ def session(bench, answers):
 
 
 def check_slow_replies():
-    """Each figure is in microseconds and holds the wait for the reply, and little more."""
+    """Each figure is in microseconds: the wait for the reply, and little more."""
     members = ["ReAuthenticate", "GetCertificate", "GetCertificateProperties", "GetAll", "GetMeasurement", "GetSignedMeasurement"]
     with bench_with({member: {"delay_ms": DELAY} for member in members}) as bench:
         output, seconds = session(bench, "2\n0\n1\n2\n0\n3\n0\n4\n6\n0\n1\n-1\n7\n0\n1\n-1\n9\n4\n")
@@ -62,7 +62,7 @@ def check_pauses(status, attempts):
 
 
 def check_progress_lines_count(item, line):
-    """The DEBUG lines belong to the interval: a console that takes none for a while is seen in it."""
+    """The DEBUG lines belong to the measured time: a console that blocks adds to it."""
     with bench_with({}) as bench:
         console, terminal = os.pipe()
         fcntl.fcntl(terminal, fcntl.F_SETPIPE_SZ, 4096)

@@ -1,4 +1,4 @@
-"""When output reaches the reader: what each write holds, and what comes before an answer is read."""
+"""The client's writes, by which a missing or additional flush shows, and its questions."""
 
 import json
 import re
@@ -7,14 +7,14 @@ from collections import Counter
 
 from harness import DEADLINE, mask
 
-# Where the client asks: a menu, the row of a table, a slot, indices.
+# The ends of the client's prompts.
 QUESTION = re.compile(r"(?:option:\n|\(\d+-\d+\): \n?|Slot Number: |to fetch:\n|to stop\): )")
 
 LINE = re.compile(r"\n*[^\n]+\n")
 
 
 def answer_one_by_one(client, answers):
-    """Gives each answer when the client has asked for it, not before."""
+    """Gives each answer after its prompt has come."""
     end = time.monotonic() + DEADLINE
     for number, answer in enumerate(answers.split(), 1):
         while len(QUESTION.findall(client.seen)) < number and not client.ended:
@@ -27,9 +27,9 @@ def answer_one_by_one(client, answers):
 
 
 def other_writes(writes):
-    """The writes that are not one line with the empty lines before it: how often each comes, and its text
-    in quotes. Any flush too few or too many changes them: a line that is not flushed comes with the next,
-    an empty line that is flushed comes by itself."""
+    """Lists the writes that are not one line with the empty lines before it: a count, and the text in quotes.
+    Each missing or additional flush changes the list: a line without its flush is written with the next one,
+    an empty line with a flush is written alone."""
     texts = Counter(mask(write.text) for write in writes)
     return "".join(
         f"{count:2} {json.dumps(text, ensure_ascii=False)}\n"

@@ -9,7 +9,7 @@ inline const std::string equals_60 =
     "============================================================\n";
 inline const std::string dashes_40 = "----------------------------------------\n";
 
-/// What the validation of a signed measurement says after its finding, and the text's beginning.
+/// The lines after the finding when a signed measurement is invalid; `raw_data` is the start of its text.
 inline std::string validation_failure(const std::string& raw_data)
 {
     return "❌ VALIDATION FAILED: Signed measurement structure is invalid\n"

@@ -33,7 +33,7 @@ Device parse_device(const std::string& members)
     return parse_fleet(device_with(members)).devices.at(0);
 }
 
-/// A folder that goes with the test.
+/// A temporary folder, removed with the object.
 class Folder
 {
   public:

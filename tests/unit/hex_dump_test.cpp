@@ -76,7 +76,7 @@ TEST(HexDump, ThatStartsAtALaterLineShowsOffsetsFromItsOwnStart)
                                       "  0010: 10 \n");
 }
 
-/// The layout told another way, byte by byte, to compare with.
+/// The same layout made byte by byte, to compare with.
 std::string dump_by_bytes(const std::vector<std::uint8_t>& bytes, std::size_t first_position)
 {
     std::string text;

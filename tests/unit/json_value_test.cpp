@@ -206,7 +206,7 @@ INSTANTIATE_TEST_SUITE_P(
                      "value[0]: 2 values are expected, not 1"}),
     name_of);
 
-/// A q in this many variants.
+/// A q inside this many variants.
 std::string nested_variants(int count)
 {
     std::string text = R"(["q", 1])";

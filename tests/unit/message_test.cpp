@@ -15,7 +15,7 @@ namespace
 
 using namespace simulator;
 
-/// A connection to nobody: enough to build messages.
+/// An unconnected bus object: enough to build messages.
 class Message : public testing::TestWithParam<std::string>
 {
   protected:

@@ -77,7 +77,7 @@ class Grades : public testing::TestWithParam<GradeCase>
 {
 };
 
-/// A single category's rate is the overall rate, too.
+/// With a single category, its rate is also the overall rate.
 TEST_P(Grades, OfARate)
 {
     const auto text = results({{"Stress Tests", GetParam().result}});

@@ -34,7 +34,7 @@ Body arguments(std::vector<std::uint64_t> indices, std::uint64_t slot, const std
 
 const Body any_arguments = arguments({1}, 0, "");
 
-/// Which of the calls 1 to 10 the one rule with these members is for.
+/// Those of the calls 1 to 10 that a rule with these members applies to.
 std::string calls_of(const std::string& members)
 {
     const auto rules = parse_rules("{" + members + R"(, "no_reply": true})");

@@ -149,7 +149,7 @@ TEST(Validation, ShowsTheFirstEightyCharacters)
     EXPECT_EQ(raw_data_line(81), "Raw data (first 80 chars): " + std::string(80, 'A') + "...\n");
 }
 
-/// A dump of bytes that count from `first`, laid out on positions from `position`.
+/// A dump of the bytes `first`, `first` + 1 and so on, the first of them at `position` of the whole.
 std::string dump(std::size_t size, std::size_t first = 0, std::size_t position = 0)
 {
     std::string text;

@@ -16,8 +16,8 @@ namespace
 bool monitor_cannot_wait = false;
 }
 
-/// Stands before the bus library's function, which that itself calls, too: the monitor's wait of a
-/// millisecond fails where it is told to, and that is no bus error.
+/// Replaces the bus library's function, also for the library itself. If the test says so, the monitor's wait of a
+/// millisecond fails with something other than a bus error.
 extern "C" int sd_bus_wait(sd_bus* connection, std::uint64_t microseconds)
 {
     if (monitor_cannot_wait && microseconds == 1000)

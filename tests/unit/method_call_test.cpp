@@ -1,5 +1,5 @@
-// The steps of an operation in their order, and the clock that it reads: the functions of the bus library
-// and of the C library that mark a step are replaced by ones that note it and go on to the real one.
+// The order of an operation's steps, and its readings of the clock: wrappers of the functions of the bus library and
+// of the C library record each step, then call the real function.
 
 #include "name_of.hpp"
 #include "operations/certificates.hpp"
@@ -23,11 +23,11 @@
 namespace
 {
 
-/// What the test's thread has done since a call was created; a step that goes on counts once.
+/// The steps of the test's thread since a call was created; repetitions of a step count once.
 using Steps = std::vector<std::string>;
 thread_local Steps* steps = nullptr;
 
-/// What happens instead of the exchange, if anything.
+/// Replaces the exchange, if set.
 thread_local std::function<void()> failure;
 
 /// Readings of the system clock in nanoseconds, in their order.
@@ -113,7 +113,7 @@ struct Operation
     int (*run)();
     Answers answers;
     std::string steps;
-    /// The only line, or the last one, when the exchange raises a standard exception of no bus error.
+    /// The last line printed when the exchange raises a standard exception other than a bus error.
     std::string complaint;
 };
 
@@ -122,16 +122,16 @@ std::ostream& operator<<(std::ostream& out, const Operation& operation)
     return out << operation.name;
 }
 
-class CallSteps : public testing::TestWithParam<Operation>
+class MethodCallSteps : public testing::TestWithParam<Operation>
 {
   protected:
-    CallSteps()
+    MethodCallSteps()
     {
         discovered_objects = {{eid, "/com/varn/bmc/spdm/spdm/cpu/cpu_12"}};
         steps = &done;
     }
 
-    ~CallSteps() override
+    ~MethodCallSteps() override
     {
         steps = nullptr;
         failure = nullptr;
@@ -140,18 +140,17 @@ class CallSteps : public testing::TestWithParam<Operation>
         std::cout << std::noboolalpha;
     }
 
-    /// Runs the operation with these readings of the clock; returns the microseconds that it tells.
-    std::string time_told(std::vector<long> nanoseconds)
+    /// Runs the operation with these readings of the clock; returns the microseconds that it prints.
+    std::string printed_time(std::vector<long> nanoseconds)
     {
         readings = std::move(nanoseconds);
         const RecordedConsole console{[] { note("print"); }};
         GetParam().run();
         EXPECT_EQ(readings.size(), 0U) << "the clock is read twice";
-        return number_behind(console.flushed(), "us): ");
+        return number_after(console.flushed(), "us): ");
     }
 
-    static std::string number_behind(const std::vector<std::string>& lines,
-                                     const std::string& label)
+    static std::string number_after(const std::vector<std::string>& lines, const std::string& label)
     {
         for (const auto& line : lines)
         {
@@ -169,10 +168,10 @@ class CallSteps : public testing::TestWithParam<Operation>
     Steps done;
 };
 
-TEST_P(CallSteps, AreTakenInTheirOrder)
+TEST_P(MethodCallSteps, AreTakenInTheirOrder)
 {
     const StandIn service{GetParam().answers};
-    time_told({0, 0});
+    printed_time({0, 0});
     std::string all;
     for (const auto& step : done)
     {
@@ -181,15 +180,15 @@ TEST_P(CallSteps, AreTakenInTheirOrder)
     EXPECT_EQ(all, GetParam().steps);
 }
 
-TEST_P(CallSteps, TakeTheTimeOfTheSystemClockInWholeMicroseconds)
+TEST_P(MethodCallSteps, TakeTheTimeOfTheSystemClockInWholeMicroseconds)
 {
     const StandIn service{GetParam().answers};
-    EXPECT_EQ(time_told({5000, 6999}), "1");
-    EXPECT_EQ(time_told({5000, 5999}), "0");
-    EXPECT_EQ(time_told({6999, 5000}), "-1") << "the clock was set back";
+    EXPECT_EQ(printed_time({5000, 6999}), "1");
+    EXPECT_EQ(printed_time({5000, 5999}), "0");
+    EXPECT_EQ(printed_time({6999, 5000}), "-1") << "the clock was set back";
 }
 
-TEST_P(CallSteps, FailAtAnyStandardException)
+TEST_P(MethodCallSteps, FailAtAnyStandardException)
 {
     failure = [] { throw std::runtime_error("no bus error"); };
     const RecordedConsole console;
@@ -198,7 +197,7 @@ TEST_P(CallSteps, FailAtAnyStandardException)
     EXPECT_EQ(console.flushed().back(), GetParam().complaint);
 }
 
-TEST_P(CallSteps, LetWhatIsNoStandardExceptionPass)
+TEST_P(MethodCallSteps, LetWhatIsNoStandardExceptionPass)
 {
     failure = [] { throw 1; };
     const RecordedConsole console;
@@ -206,7 +205,7 @@ TEST_P(CallSteps, LetWhatIsNoStandardExceptionPass)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Operations, CallSteps,
+    Operations, MethodCallSteps,
     testing::Values(
         Operation{
             "ReAuthenticate",
