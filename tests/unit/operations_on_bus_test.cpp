@@ -1,5 +1,5 @@
-// What one call makes of a reply, where no scenario and no cell of the matrix of faults shows it: the results that the
-// operations return, and all of the two probes and the descriptor of the suites.
+// What scenarios and the matrix of faults do not prove of one call: the results that the operations return, and the
+// suites' two probes and descriptor.
 
 #include "name_of.hpp"
 #include "operations/certificates.hpp"
@@ -27,7 +27,7 @@ namespace
 constexpr Eid eid = 12;
 constexpr auto path = "/com/varn/bmc/spdm/spdm/cpu/cpu_12";
 
-/// A bus, on which the service is not there yet, and one known device.
+/// A bus without the service, and one known device.
 class OnBus : public testing::Test
 {
   protected:
@@ -46,7 +46,7 @@ class OnBus : public testing::Test
     PrivateBus daemon;
 };
 
-/// A test with a row of this type each; a row has a name, and the answers of the service.
+/// A test for each row of this type; a row has a name and the answers of the service.
 template <typename Row>
 class RowOnBus : public OnBus, public testing::WithParamInterface<Row>
 {
@@ -171,7 +171,7 @@ ResultCase signed_measurement(const std::string& name, unsigned status, const ch
             result};
 }
 
-/// The three bytes are less than a signature, which does not change the result.
+/// Three bytes are no signature; that does not change the result.
 INSTANTIATE_TEST_SUITE_P(GetSignedMeasurement, OperationOnBus,
                          testing::Values(signed_measurement("SuccessWithAnInvalidStructure", 0,
                                                             "QUJD", 0),
@@ -217,7 +217,7 @@ void append_properties(sd_bus_message* message)
     require(sd_bus_message_close_container(message));
 }
 
-/// Its first property of another type, so that no bool is printed.
+/// The first property has another type, so no bool is printed.
 const Answers broken_properties{{"GetAll", reply("a{sv}", 1, "ChallengeStatus", "q", 1)}};
 
 INSTANTIATE_TEST_SUITE_P(
@@ -251,8 +251,7 @@ TEST_F(OnBus, PropertyReportWithoutABoolLeavesTheConsoleAsItIs)
 }
 
 //
-// The suites' probes and descriptor. What they make of a call that fails is in the matrix of faults, by its
-// row of NameHasOwner.
+// The suites' probes and descriptor. The matrix of faults has their failing calls, in its row of NameHasOwner.
 //
 
 struct ProbeCase
@@ -315,6 +314,26 @@ INSTANTIATE_TEST_SUITE_P(
                   0,
                   unexpected}),
     name_of);
+
+/// The matrix of faults compares the text; this also finds a line that is not flushed.
+TEST_F(OnBus, AvailabilityCheckFlushesEachLineOfAFailure)
+{
+    const std::string failed = "\n=== Checking SPDM Service Availability ===\n"
+                               "ℹ INFO: Found device at path: "
+                               "/com/varn/bmc/spdm/spdm/cpu/cpu_12\n"
+                               "✗ FAIL: SPDM service communication failed. Check if service is "
+                               "running.\n"
+                               "ERROR DETAILS: This typically means:\n"
+                               "  1. SPDM service (com.varn.bmc.spdm.spdm) is not running\n"
+                               "  2. Device endpoint is not available or not initialized\n"
+                               "  3. D-Bus system bus communication issue\n";
+    const RecordedConsole console;
+    check_service_availability(eid);
+    daemon.stop();
+    check_service_availability(eid);
+    EXPECT_EQ(console.lines(), failed + "✗ CONFIRMED: SPDM service is not running on D-Bus\n" +
+                                   failed + "? WARNING: Could not check SPDM service status\n");
+}
 
 struct SlotsCase
 {
@@ -387,7 +406,7 @@ struct DescriptorCase
 
 using DescriptorOnBus = RowOnBus<DescriptorCase>;
 
-/// The device has no slots, so that the suite runs but seven calls, which fail.
+/// The device has no slots: the suite makes only seven calls, and they fail.
 TEST_P(DescriptorOnBus, StandsAboveTheResults)
 {
     const RecordedConsole console;
