@@ -238,9 +238,10 @@ TEST(JsonValue, NestedRepeatsHaveALimit)
 {
     EXPECT_EQ(value_complaint("aan", R"({"repeat": {"repeat": 1, "times": 1000}, "times": 9991})"),
               "value.times: 9991 is out of range (0 to 9990)");
-    EXPECT_EQ(value_complaint("as", R"({"repeat": {"repeat": "abcd", "times": 8388607},
-                                        "times": 4})"),
-              "value.times: 4 is out of range (0 to 3)");
+    const std::string piece(64, 'x');
+    EXPECT_EQ(value_complaint("as", R"({"repeat": {"repeat": ")" + piece +
+                                        R"(", "times": 524287}, "times": 5})"),
+              "value.times: 5 is out of range (0 to 4)");
 }
 
 } // namespace
