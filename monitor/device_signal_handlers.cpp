@@ -17,11 +17,9 @@ namespace
 void print_sender(sdbusplus::message_t& signal, const char* label)
 {
     const std::string sender = signal.get_path();
-    const auto last = sender.back();
     for (const auto& [eid, path] : discovered_objects)
     {
-        // The last characters first: the paths of a kind begin alike, and there may be thousands.
-        if (path.ends_with(last) && path == sender)
+        if (path == sender)
         {
             std::cout << label << eid << std::endl;
         }

@@ -2,6 +2,7 @@
 
 #include "monitor/device_signal_handlers.hpp"
 #include "monitor/match_rules.hpp"
+#include "shell/discovery.hpp"
 #include "shell/service_contract.hpp"
 
 #include <algorithm>

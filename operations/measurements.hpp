@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <cstdint>
 #include <ostream>

@@ -24,9 +24,6 @@ constexpr std::size_t least_measurement_size = 16;
 /// So much of the received text is shown when its structure is invalid.
 constexpr std::size_t raw_data_shown = 80;
 
-constexpr std::uint32_t status_authentication_failed = 5;
-constexpr std::uint32_t status_not_supported = 10;
-
 struct SignatureSize
 {
     std::string_view signing_algorithm;
@@ -125,12 +122,12 @@ void print_split(std::ostream& out, std::span<const std::uint8_t> bytes, std::si
 /// What follows the result line; the operation's verdict is settled before.
 void print_details(std::uint32_t status, bool succeeded, const SignedMeasurement& measurement)
 {
-    if (status == status_not_supported)
+    if (status == operation_status::measurement_not_supported)
     {
         std::cout << "ℹ INFO: Device does not support signed measurements" << std::endl;
         return;
     }
-    if (status == status_authentication_failed)
+    if (status == operation_status::authentication_failed)
     {
         std::cout << "ℹ INFO: Authentication may be required for signed measurements" << std::endl;
         return;

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <cstdint>
+#include "shell/eid.hpp"
+
 #include <map>
 #include <optional>
 #include <string>
-
-/// Endpoint identifier; the key that names a device everywhere.
-using Eid = std::uint16_t;
 
 /// The known devices' object paths by EID. Only the functions below write it: discovery before the
 /// first menu and, while the monitor runs, the monitor's handlers on their thread. The main thread

@@ -17,6 +17,18 @@ extern const std::map<std::uint16_t, std::string> ResultText;
 /// Status codes of the service's methods (codes 0..20).
 extern const std::map<std::int32_t, std::string> OperationStatus;
 
+/// Codes of `OperationStatus` that call for advice.
+namespace operation_status
+{
+constexpr std::uint32_t success = 0;
+constexpr std::uint32_t eid_not_ready = 2;
+constexpr std::uint32_t authentication_failed = 5;
+constexpr std::uint32_t measurement_not_supported = 10;
+constexpr std::uint32_t measurement_summary_not_available = 11;
+constexpr std::uint32_t partial_measurement_success = 18;
+constexpr std::uint32_t resynchronization_required = 20;
+} // namespace operation_status
+
 /// The 64 digits of standard Base64, in the order of their values.
 extern const std::string base64_alphabet;
 

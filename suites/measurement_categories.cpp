@@ -13,9 +13,6 @@
 namespace
 {
 
-constexpr bool lowercase = true;
-constexpr bool uppercase = false;
-
 bool contains(const SlotList& slots, std::uint16_t slot)
 {
     return std::find(slots.begin(), slots.end(), slot) != slots.end();
@@ -119,17 +116,18 @@ CategoryResult run_signed_measurement_tests(Eid eid)
     std::cout << "\n=== Testing Signed Measurements with 32-byte Random Nonce (Uppercase Hex) ==="
               << std::endl;
     test_each_slot(slots, result, [eid](auto slot) {
-        return test_signed_measurement(eid, {1}, slot, generate_nonce(uppercase));
+        return test_signed_measurement(eid, {1}, slot, generate_nonce(HexCase::upper));
     });
     std::cout
         << "\n=== Testing Multiple Indices Signed Measurements with 32-byte Random Nonce (Lowercase Hex) ==="
         << std::endl;
     test_each_slot(slots, result, [eid](auto slot) {
-        return test_signed_measurement(eid, {1, 2, 3}, slot, generate_nonce(lowercase));
+        return test_signed_measurement(eid, {1, 2, 3}, slot, generate_nonce(HexCase::lower));
     });
     std::cout << "\n=== Testing All Signed Measurements with 32-byte Random Nonce ===" << std::endl;
     test_each_slot(slots, result, [eid](auto slot) {
-        return test_signed_measurement(eid, {all_measurements}, slot, generate_nonce(uppercase));
+        return test_signed_measurement(eid, {all_measurements}, slot,
+                                       generate_nonce(HexCase::upper));
     });
 
     print_summary("\n=== SIGNED MEASUREMENT TEST SUMMARY ===", result);
@@ -195,8 +193,8 @@ CategoryResult run_stress_tests(Eid eid)
     for (int repetition = 0; repetition < 5; ++repetition)
     {
         result.count(test_single_index(eid, 1, stress_slot) == success);
-        result.count(test_signed_measurement(eid, {1}, stress_slot, generate_nonce(uppercase)) ==
-                     success);
+        result.count(test_signed_measurement(eid, {1}, stress_slot,
+                                             generate_nonce(HexCase::upper)) == success);
     }
     std::cout << "\n=== Different Supported Slot Stress Test ===" << std::endl;
     for (const auto slot : slots)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 #include "suites/category_result.hpp"
 
 /// The test categories of the comprehensive suite. Each asks the device for its certificate slots,

@@ -9,6 +9,7 @@
 #include "private_bus.hpp"
 #include "raw_bus.hpp"
 #include "recorded_console.hpp"
+#include "shell/discovery.hpp"
 #include "stand_in.hpp"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
 #include "recorded_console.hpp"
+#include "shell/discovery.hpp"
 #include "suites/service_availability.hpp"
 
 #include <gtest/gtest.h>
