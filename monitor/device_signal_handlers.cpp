@@ -49,7 +49,7 @@ void print_changed_property(const std::string& name, const PropertyValue& value)
     {
         std::cout << (*flag ? "true" : "false") << std::endl;
     }
-    else // a value that lost its content; one of a foreign type reads as an empty text
+    else // no value that was read gets here: one of a foreign type reads as an empty text
     {
         std::cout << "Unknown Property." << std::endl;
     }

@@ -3,7 +3,6 @@
 #include "operations/device_operation.hpp"
 #include "operations/nonce.hpp"
 #include "suites/measurement_test_cases.hpp"
-#include "suites/slot_discovery.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -53,9 +52,8 @@ void print_summary(const char* heading, const CategoryResult& result)
 }
 
 /// The lowest slot that the device does not support, 8 when it supports all.
-std::uint16_t find_unsupported_slot(Eid eid)
+std::uint16_t find_unsupported_slot(const SlotList& slots)
 {
-    const auto slots = get_supported_slots(eid);
     for (std::uint16_t slot = 0; slot < slot_count; ++slot)
     {
         if (!contains(slots, slot))
@@ -136,10 +134,15 @@ CategoryResult run_signed_measurement_tests(Eid eid)
 
 CategoryResult run_failure_tests(Eid eid)
 {
+    return run_failure_tests(eid, get_supported_slots);
+}
+
+CategoryResult run_failure_tests(Eid eid, SlotList (*supported_slots)(Eid))
+{
     std::cout << "\n********** MEASUREMENT FAILURE TESTS **********" << std::endl;
-    const auto slots = get_supported_slots(eid);
+    const auto slots = supported_slots(eid);
     const std::uint16_t valid_slot = slots.empty() ? 0 : slots.front();
-    const auto unsupported_slot = find_unsupported_slot(eid);
+    const auto unsupported_slot = find_unsupported_slot(supported_slots(eid));
 
     CategoryResult result;
     std::cout << "\n=== Testing Invalid Measurement Indices ===" << std::endl;
@@ -153,7 +156,7 @@ CategoryResult run_failure_tests(Eid eid)
     for (const auto slot : SlotList{8, 15, 255})
     {
         // Asked afresh for each slot: the repeated report belongs to the transcript.
-        if (contains(get_supported_slots(eid), slot))
+        if (contains(supported_slots(eid), slot))
         {
             std::cout << "ℹ INFO: Skipping slot " << slot << " as it is actually supported"
                       << std::endl;

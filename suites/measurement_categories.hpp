@@ -2,6 +2,7 @@
 
 #include "shell/eid.hpp"
 #include "suites/category_result.hpp"
+#include "suites/slot_discovery.hpp"
 
 /// The test categories of the comprehensive suite. Each asks the device for its certificate slots,
 /// runs its tests on them, prints a summary and returns what it counted. Without a supported slot
@@ -12,6 +13,9 @@ CategoryResult run_signed_measurement_tests(Eid eid);
 
 /// A test counts as passed when its call failed.
 CategoryResult run_failure_tests(Eid eid);
+
+/// As above, with the device's slots as this function finds them.
+CategoryResult run_failure_tests(Eid eid, SlotList (*supported_slots)(Eid));
 
 /// Pauses for 100 ms after each of ten rapid tests.
 CategoryResult run_stress_tests(Eid eid);

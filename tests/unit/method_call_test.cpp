@@ -11,9 +11,12 @@
 #include "recorded_console.hpp"
 #include "shell/discovery.hpp"
 #include "stand_in.hpp"
+#include "suites/service_availability.hpp"
 
 #include <gtest/gtest.h>
+#include <sdbusplus/exception.hpp>
 
+#include <cerrno>
 #include <dlfcn.h>
 #include <functional>
 #include <stdexcept>
@@ -116,6 +119,8 @@ struct Operation
     std::string steps;
     /// The last line printed when the exchange raises a standard exception other than a bus error.
     std::string complaint;
+    /// The same for a bus error, if it is another line.
+    std::string bus_complaint = {};
 };
 
 std::ostream& operator<<(std::ostream& out, const Operation& operation)
@@ -198,11 +203,57 @@ TEST_P(MethodCallSteps, FailAtAnyStandardException)
     EXPECT_EQ(console.flushed().back(), GetParam().complaint);
 }
 
+/// One of the binding's errors, but not the one that it raises today.
+struct AnotherBusError : sdbusplus::exception::exception
+{
+    const char* name() const noexcept override
+    {
+        return "test.Error.Another";
+    }
+    const char* description() const noexcept override
+    {
+        return "another bus error";
+    }
+    int get_errno() const noexcept override
+    {
+        return EIO;
+    }
+    const char* what() const noexcept override
+    {
+        return "test.Error.Another: another bus error";
+    }
+};
+
+TEST_P(MethodCallSteps, FailAtAnyBusError)
+{
+    failure = [] { throw AnotherBusError{}; };
+    const RecordedConsole console;
+    EXPECT_EQ(GetParam().run(), 1);
+    const auto& complaint =
+        GetParam().bus_complaint.empty() ? GetParam().complaint : GetParam().bus_complaint;
+    ASSERT_FALSE(console.flushed().empty());
+    EXPECT_EQ(console.flushed().back(), complaint);
+}
+
 TEST_P(MethodCallSteps, LetWhatIsNoStandardExceptionPass)
 {
     failure = [] { throw 1; };
     const RecordedConsole console;
     EXPECT_THROW(GetParam().run(), int);
+}
+
+/// The availability check of the suites explains it as the measurements do.
+TEST(AvailabilityCheck, TakesAnyBusErrorForOne)
+{
+    const PrivateBus daemon;
+    discovered_objects = {{eid, "/com/varn/bmc/spdm/spdm/cpu/cpu_12"}};
+    failure = [] { throw AnotherBusError{}; };
+    const RecordedConsole console;
+    EXPECT_EQ(check_service_availability(eid), 0);
+    EXPECT_NE(console.lines().find("✗ FAIL: SPDM service communication failed."), std::string::npos)
+        << console.lines();
+    failure = nullptr;
+    discovered_objects.clear();
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -242,6 +293,7 @@ INSTANTIATE_TEST_SUITE_P(
             {{"GetMeasurement", reply("qqa(qayuq)", 0, 1, 1, 3, 1, 0xa0, 4U, 2)}},
             "create append clock print call print read print read print read print clock print",
             "GENERIC ERROR: Measurement operation failed. Check device configuration.\n",
+            "  4. Device does not support measurement operations\n",
         },
         Operation{
             "GetSignedMeasurement",
@@ -249,6 +301,7 @@ INSTANTIATE_TEST_SUITE_P(
             {{"GetSignedMeasurement", reply("ussss", 0U, "", "SHA-512", "ED25519", "1.2")}},
             "create append clock print call print read print read print clock print",
             "GENERIC ERROR: Signed measurement operation failed. Check device configuration.\n",
+            "  4. Device does not support signed measurement operations\n",
         }),
     name_of);
 

@@ -3,8 +3,30 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <cstring>
+#include <dlfcn.h>
 #include <set>
 #include <stdexcept>
+#include <unistd.h>
+
+namespace
+{
+/// What the next read of 4 bytes gives, if anything.
+const std::uint32_t* random_number = nullptr;
+} // namespace
+
+/// Stands before the C library's function, by which the random device reads a file.
+extern "C" ssize_t read(int file, void* bytes, std::size_t size)
+{
+    if (random_number != nullptr && size == sizeof *random_number)
+    {
+        std::memcpy(bytes, random_number, size);
+        return static_cast<ssize_t>(size);
+    }
+    static const auto next = reinterpret_cast<decltype(&read)>(dlsym(RTLD_NEXT, "read"));
+    return next(file, bytes, size);
+}
 
 namespace
 {
@@ -61,6 +83,18 @@ TEST(Nonce, IsNeverTheSame)
         nonces.insert(generate(HexCase::upper, printed));
     }
     EXPECT_EQ(nonces.size(), 100U);
+}
+
+TEST(Nonce, IsOfASeedOf32Bits)
+{
+    const RecordedConsole console;
+    for (const std::uint32_t seed : {0xfedcba98U, 0x80000000U, 0x00010000U})
+    {
+        random_number = &seed;
+        const auto nonce = generate_nonce(HexCase::upper, "/dev/urandom");
+        random_number = nullptr;
+        EXPECT_EQ(nonce, nonce_of_seed(seed, HexCase::upper)) << seed;
+    }
 }
 
 TEST(Nonce, WithoutARandomSourcePrintsNothing)
