@@ -1,7 +1,6 @@
 #!/usr/bin/env python3
 """The client takes no arguments: those that it is given change nothing. Called as: FILE CLIENT SIMULATOR"""
 
-import json
 import sys
 
 from harness import Bench, mask
@@ -11,9 +10,7 @@ FLEET = {"devices": [{"path": "/com/varn/bmc/spdm/spdm/cpu/cpu_12"}]}
 
 def run(*arguments):
     with Bench(*sys.argv[1:]) as bench:
-        fleet = bench.folder / "fleet.json"
-        fleet.write_text(json.dumps(FLEET))
-        bench.start_simulator(fleet)
+        bench.start_simulator(FLEET)
         client = bench.start([bench.client_program, *arguments])
         client.write("2\n0\n1\n9\n4\n")
         client.close_input()

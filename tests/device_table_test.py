@@ -2,7 +2,6 @@
 """Each row of the device table is printed as soon as its own device has been asked.
 Called as: FILE CLIENT SIMULATOR"""
 
-import json
 import sys
 
 from harness import Bench
@@ -14,9 +13,7 @@ SECOND = "/com/varn/bmc/spdm/spdm/cpu/cpu_13"
 def main():
     fleet = {"devices": [{"path": FIRST}, {"path": SECOND, "methods": {"Get": {"no_reply": True}}}]}
     with Bench(*sys.argv[1:]) as bench:
-        file = bench.folder / "fleet.json"
-        file.write_text(json.dumps(fleet))
-        bench.start_simulator(file)
+        bench.start_simulator(fleet)
         client = bench.start_client()
         client.write("2\n")
         # Well before the client stops waiting for the second device.

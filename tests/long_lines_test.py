@@ -2,7 +2,6 @@
 """The longest line that a reply over the system bus can give is one write, like any other.
 Called as: FILE CLIENT SIMULATOR"""
 
-import json
 import re
 import sys
 from pathlib import Path
@@ -31,10 +30,8 @@ def writes_of_an_operation(size):
     """How often the client writes when it shows a signed measurement with a text of this size."""
     reply = ["ussss", 0, {"repeat": "A", "times": size}, "SHA-384", "an unknown one", "1.2"]
     with Bench(*sys.argv[1:]) as bench:
-        fleet = bench.folder / "fleet.json"
         methods = {"GetSignedMeasurement": {"reply": reply}}
-        fleet.write_text(json.dumps({"devices": [{"path": PATH, "methods": methods}]}))
-        bench.start_simulator(fleet)
+        bench.start_simulator({"devices": [{"path": PATH, "methods": methods}]})
         client = bench.start_client()
         client.write("2\n0\n")
         read_menu(client)

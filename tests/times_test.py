@@ -56,10 +56,7 @@ def check_quick_replies():
 def check_pauses(status, attempts):
     """A second follows every attempt, the last one included."""
     with bench_with({"ReAuthenticate": {"reply": ["u", status]}}) as bench:
-        client = bench.start_client(packets=True)
-        client.write("2\n0\n5\n9\n4\n")
-        client.close_input()
-        client.read_to_end()
+        client = bench.run_client("2\n0\n5\n9\n4\n", packets=True)
         pauses = [
             after.time - write.time
             for write, after in zip(client.writes, client.writes[1:])
@@ -73,10 +70,9 @@ def check_pauses(status, attempts):
 def check_time_out():
     """It is the bus library's own, which its environment variable sets."""
     with bench_with({"ReAuthenticate": {"no_reply": True}}) as bench:
-        client = bench.start_client(env={"SYSTEMD_BUS_TIMEOUT": "2s"}, packets=True)
-        client.write("2\n0\n1\n9\n4\n")
-        client.close_input()
-        client.read_to_end()
+        client = bench.run_client(
+            "2\n0\n1\n9\n4\n", env={"SYSTEMD_BUS_TIMEOUT": "2s"}, packets=True
+        )
     texts = [write.text for write in client.writes]
     place = texts.index("ERROR: Re-authentication operation failed. Check device authentication status.\n")
     seconds = client.writes[place].time - client.writes[place - 1].time
