@@ -2,7 +2,7 @@
 
 A file of cases is called as: FILE CLIENT SIMULATOR [CASE] [--wrapper COMMAND]. It runs its functions
 test_..., or the one of that name alone (blanks of a name may be written as '-'). The wrapper, such as
-valgrind, runs the client.
+valgrind, runs the client. FILE --list prints the names of the cases, a line each.
 """
 
 import argparse
@@ -416,13 +416,16 @@ programs = None
 def run_cases(functions):
     """Runs the cases among a module's names; the process's exit status says whether all passed."""
     global programs
+    cases = {name: run for name, run in functions.items() if name.startswith("test_")}
+    if sys.argv[1:] == ["--list"]:
+        print("\n".join(name.removeprefix("test_").replace("_", "-") for name in cases))
+        return
     parser = argparse.ArgumentParser()
     parser.add_argument("client")
     parser.add_argument("simulator")
     parser.add_argument("case", nargs="?")
     parser.add_argument("--wrapper")
     programs = parser.parse_args()
-    cases = {name: run for name, run in functions.items() if name.startswith("test_")}
     if programs.case:
         name = "test_" + programs.case.replace("-", "_")
         cases = {name: cases[name]}
