@@ -133,7 +133,7 @@ std::string FleetGrammar::elements_of(std::string_view& signature, int depth)
     if (flaw())
     {
         return R"({"repeat": )" + value_of(signature, depth) + R"(, "times": )" +
-               std::string(pick({"0", "1", "300", "10000000", "-1"})) + "}";
+               std::string(pick({"0", "1", "300", "99999999999", "-1"})) + "}";
     }
     std::string all;
     for (std::size_t rest = 1 + up_to(2); rest > 0; --rest)
