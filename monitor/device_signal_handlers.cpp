@@ -35,7 +35,7 @@ void print_changed_property(const std::string& name, const PropertyValue& value)
     }
     else if (const auto* code = std::get_if<std::uint32_t>(&value))
     {
-        // A code without a text leaves the line open: the next property goes on in it.
+        // A code without a text leaves the line open: the next property continues it.
         if (const auto* status = find_text(ChallengeStatusText, *code))
         {
             std::cout << *status << std::endl;
@@ -49,7 +49,7 @@ void print_changed_property(const std::string& name, const PropertyValue& value)
     {
         std::cout << (*flag ? "true" : "false") << std::endl;
     }
-    else // no value that was read gets here: one of a foreign type reads as an empty text
+    else // not reached by values that were read: other types read as an empty text
     {
         std::cout << "Unknown Property." << std::endl;
     }

@@ -16,7 +16,7 @@ std::map<std::string, std::vector<sdbusplus::bus::match_t>> device_subscriptions
 namespace
 {
 
-/// What the calling thread has subscribed to on its connection, ended since or not.
+/// Paths that this thread has subscribed to, even if the subscriptions have ended since.
 thread_local std::set<std::string> paths_subscribed_here;
 
 } // namespace

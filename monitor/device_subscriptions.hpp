@@ -9,9 +9,8 @@
 #include <string>
 #include <vector>
 
-/// The matches on devices' own signals by object path. Written on the monitor thread alone, released
-/// at exit. The matches outlive the thread whose connection they are bound to; that connection is
-/// closed then, so they are silent.
+/// The matches for devices' own signals, by object path. Written only on the monitor thread, released
+/// at exit. Matches outlive their thread; its connection is closed then, so they are silent.
 extern std::map<std::string, std::vector<sdbusplus::bus::match_t>> device_subscriptions;
 
 /// Subscribes on `bus` to the signals of the device known by `eid`; a second call subscribes a

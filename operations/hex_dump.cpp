@@ -29,7 +29,8 @@ constexpr auto byte_texts = [] {
     return texts;
 }();
 
-/// Returns the end of what it has written at `end`, as the functions below do.
+// Both write at `end` and return the new end.
+
 char* write_offset(char* end, std::size_t offset)
 {
     std::size_t count = least_offset_digits;

@@ -27,8 +27,8 @@ ManagedObjects read_managed_objects(const std::string& root_path)
     return objects;
 }
 
-/// A device's property, which must hold a `Value`. The bool stands first because a content that is
-/// none of the alternatives reads as the first one: taking the `Value` then fails as it should.
+/// A device's property, which must hold a `Value`. The bool comes first because content of any other
+/// type reads as the first alternative: std::get then raises an error.
 template <typename Value>
 Value read_property(const std::string& path, const char* name)
 {

@@ -9,7 +9,7 @@ namespace
 {
 
 /// Big enough for the longest line, so that a flush is one write: by default the system bus passes
-/// messages of up to 32 MiB, and a line shows at most one. The part that no line needs costs no memory.
+/// messages of up to 32 MiB, and a line shows at most one. Pages that no line reaches use no memory.
 char output_buffer[33 << 20];
 
 } // namespace

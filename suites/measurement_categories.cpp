@@ -155,7 +155,7 @@ CategoryResult run_failure_tests(Eid eid, SlotList (*supported_slots)(Eid))
     result.count(test_invalid_slot(eid, unsupported_slot) != success);
     for (const auto slot : SlotList{8, 15, 255})
     {
-        // Asked afresh for each slot: the repeated report belongs to the transcript.
+        // Read again for each slot: the repeated lines are required output.
         if (contains(supported_slots(eid), slot))
         {
             std::cout << "ℹ INFO: Skipping slot " << slot << " as it is actually supported"

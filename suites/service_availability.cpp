@@ -26,7 +26,7 @@ bool read_name_has_owner()
     return owned;
 }
 
-/// Says which of device and service is missing.
+/// Prints whether the device or the service is missing.
 void print_name_owner()
 try
 {
