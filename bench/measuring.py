@@ -8,7 +8,7 @@ import threading
 import time
 from dataclasses import dataclass
 
-from stand_in import BenchError, kill, running
+from service import BenchError, kill, running
 
 SECONDS_FOR_ONE_RUN = 300
 
@@ -46,10 +46,10 @@ def follow_to_the_end(_):
     """For a program that needs no more than what was typed at its start."""
 
 
-def time_flood(service, conversation, last):
+def time_flood(service, signals, conversation, last):
     """Lets the service send its signals; gives the seconds until the last one is shown."""
     start = time.monotonic()
-    service.send("go")
+    service.flood(signals)
     conversation.read_until(last)
     wall = time.monotonic() - start
     service.expect("ok")
@@ -63,11 +63,10 @@ def monitoring(case, service):
         conversation.read_until("Press -1 to stop monitoring\n")
         wall = None
         if case.signals:
-            service.send("add")
-            service.expect("ok")
+            service.add_device()
             conversation.read_until("Interface  Added handler FOR CPU is completed.\n")
             last = f"Error: {case.signals - 1}\nError handler is completed.\n"
-            wall = time_flood(service, conversation, last)
+            wall = time_flood(service, case.signals, conversation, last)
         time.sleep(case.idle)
         conversation.type("-1\n9\n4\n")
         return wall

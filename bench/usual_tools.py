@@ -6,7 +6,7 @@ import time
 from dataclasses import dataclass
 
 from measuring import follow_to_the_end, run_once, time_flood
-from stand_in import BenchError
+from service import BenchError
 
 SERVICE = "com.varn.bmc.spdm.spdm"
 ROOT = "/com/varn/bmc/spdm/spdm"
@@ -154,7 +154,7 @@ def flooded(tool, case, service):
                 raise BenchError(f"{tool.monitor} ended: {conversation.text.decode()}")
         # gdbus subscribes only after it has said so. What it missed would be missed in the proof.
         time.sleep(SECONDS_TO_SUBSCRIBE)
-        wall = time_flood(service, conversation, tool.shown.format(case.signals - 1))
+        wall = time_flood(service, case.signals, conversation, tool.shown.format(case.signals - 1))
         conversation.process.terminate()
         return wall
 

@@ -2,10 +2,8 @@
 // connections, calls and matches as the client, every field of every reply read, and the same bytes
 // written, one write for each flushed line. The client is measured against it.
 //
-// What the operator would type is fixed by the mode, the one argument. The stand-in service answers
-// success everywhere; any other answer ends the yardstick, for the comparison would be void.
-
-#include "peers.h"
+// What the operator would type is fixed by the mode, the one argument. The service answers success
+// everywhere and in whole; any other answer ends the yardstick, for the comparison would be void.
 
 #include <systemd/sd-bus.h>
 
@@ -16,8 +14,36 @@
 #include <stdatomic.h>
 #include <stdbool.h>
 #include <stdint.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 #include <time.h>
 #include <unistd.h>
+
+// The service's names.
+
+#define SERVICE "com.varn.bmc.spdm.spdm"
+#define ROOT "/com/varn/bmc/spdm/spdm"
+#define OBJECT_MANAGER "org.freedesktop.DBus.ObjectManager"
+#define PROPERTIES "org.freedesktop.DBus.Properties"
+
+static const char base64_alphabet[] =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+/// Ends the program with a message when an sd-bus or sd-event call failed (a negative errno value);
+/// otherwise hands the call's result on. A benchmark that limped on after an error would measure
+/// nothing.
+#define MUST(call) must((call), #call)
+
+static inline int must(int result, const char* call)
+{
+    if (result < 0)
+    {
+        fprintf(stderr, "%s: %s\n", call, strerror(-result));
+        exit(EXIT_FAILURE);
+    }
+    return result;
+}
 
 #define RULE_OF_40 "----------------------------------------"
 #define RULE_OF_60 "============================================================"
@@ -30,19 +56,14 @@
 
 static struct
 {
-    char* data;
+    char data[4 << 20];
     size_t used;
-    size_t size;
 } pending;
 
-/// Room for that many more bytes at the end of the pending text.
+/// Where the next bytes go; there is always room for that many.
 static char* reserve(size_t count)
 {
-    if (pending.size - pending.used < count)
-    {
-        pending.size = 2 * pending.size + count;
-        pending.data = must_have(realloc(pending.data, pending.size));
-    }
+    MUST(count <= sizeof pending.data - pending.used ? 0 : -EMSGSIZE);
     return pending.data + pending.used;
 }
 
@@ -249,7 +270,7 @@ static void expect(bool met, const char* what)
 {
     if (met)
         return;
-    fprintf(stderr, "the service did not answer as the stand-in does: %s\n", what);
+    fprintf(stderr, "the service did not answer as in the benchmarks: %s\n", what);
     exit(EXIT_FAILURE);
 }
 
@@ -263,9 +284,8 @@ struct Device
 
 static struct
 {
-    struct Device* list;
+    struct Device list[10000];
     size_t count;
-    size_t capacity;
 } devices;
 
 /// The number that begins at the first digit of the path's last element, as 16 bits.
@@ -281,64 +301,35 @@ static bool read_eid(const char* path, uint16_t* eid)
     return true;
 }
 
+static char* copy_text(const char* text)
+{
+    char* copy = strdup(text);
+    MUST(copy ? 0 : -ENOMEM);
+    return copy;
+}
+
 static void append_device(uint16_t eid, const char* path)
 {
-    if (devices.count == devices.capacity)
-    {
-        devices.capacity = 2 * devices.capacity + 16;
-        devices.list = must_have(realloc(devices.list, devices.capacity * sizeof *devices.list));
-    }
-    devices.list[devices.count++] = (struct Device){eid, must_have(strdup(path))};
+    expect(devices.count < sizeof devices.list / sizeof *devices.list, "there are few devices");
+    devices.list[devices.count++] = (struct Device){eid, copy_text(path)};
 }
 
 static int compare_devices(const void* a, const void* b)
 {
     const struct Device* left = a;
     const struct Device* right = b;
-    return left->eid != right->eid ? left->eid - right->eid : strcmp(left->path, right->path);
+    return left->eid - right->eid;
 }
 
-/// Orders the devices. Of those with one EID only the last in the order of the paths stays.
-static void order_devices(void)
+/// The device that is added is always a known one.
+static void replace_device(uint16_t eid, const char* path)
 {
-    if (devices.count == 0)
-        return;
-    qsort(devices.list, devices.count, sizeof *devices.list, compare_devices);
-    size_t kept = 0;
-    for (size_t i = 0; i < devices.count; ++i)
-        if (i + 1 == devices.count || devices.list[i].eid != devices.list[i + 1].eid)
-            devices.list[kept++] = devices.list[i];
-        else
-            free(devices.list[i].path);
-    devices.count = kept;
-}
-
-static struct Device* find_device(uint16_t eid)
-{
-    for (size_t i = 0; i < devices.count; ++i)
-        if (devices.list[i].eid == eid)
-            return &devices.list[i];
-    return NULL;
-}
-
-static void put_device(uint16_t eid, const char* path)
-{
-    struct Device* device = find_device(eid);
-    if (!device)
-    {
-        append_device(eid, path);
-        order_devices();
-        return;
-    }
+    const struct Device key = {.eid = eid};
+    struct Device* device =
+        bsearch(&key, devices.list, devices.count, sizeof *devices.list, compare_devices);
+    expect(device, "the device that is added is a known one");
     free(device->path);
-    device->path = must_have(strdup(path));
-}
-
-static void free_devices(void)
-{
-    for (size_t i = 0; i < devices.count; ++i)
-        free(devices.list[i].path);
-    free(devices.list);
+    device->path = copy_text(path);
 }
 
 static void read_variant(sd_bus_message* message)
@@ -402,7 +393,7 @@ static void discover_devices(void)
         MUST(sd_bus_message_exit_container(reply));
     }
     MUST(sd_bus_message_exit_container(reply));
-    order_devices();
+    qsort(devices.list, devices.count, sizeof *devices.list, compare_devices);
     end_call(&call);
 }
 
@@ -423,7 +414,7 @@ static void say_row(size_t row, const struct Device* device)
 {
     struct Call call = {.bus = acquire_bus()};
     const char* text = read_text(get_property(&call, device->path, "XMID", "s"), 's');
-    char* xmid = must_have(strdup(text));
+    char* xmid = copy_text(text);
     release_messages(&call);
     const uint16_t eid = read_u16(get_property(&call, device->path, "DeviceEID", "q"));
     end_call(&call);
@@ -504,27 +495,23 @@ static struct Block read_block(sd_bus_message* message)
     return block;
 }
 
-static struct Block* read_blocks(sd_bus_message* message, size_t* count)
+static struct Block blocks[255];
+
+static size_t read_blocks(sd_bus_message* message)
 {
-    struct Block* blocks = NULL;
-    size_t capacity = 0;
-    *count = 0;
+    size_t count = 0;
     MUST(sd_bus_message_enter_container(message, 'a', "(qayuq)"));
     while (MUST(sd_bus_message_enter_container(message, 'r', "qayuq")) > 0)
     {
-        if (*count == capacity)
-        {
-            capacity = 2 * capacity + 16;
-            blocks = must_have(realloc(blocks, capacity * sizeof *blocks));
-        }
-        blocks[(*count)++] = read_block(message);
+        expect(count < sizeof blocks / sizeof *blocks, "there are few blocks");
+        blocks[count++] = read_block(message);
         MUST(sd_bus_message_exit_container(message));
     }
     MUST(sd_bus_message_exit_container(message));
-    return blocks;
+    return count;
 }
 
-static void say_blocks(const struct Block* blocks, size_t count)
+static void say_blocks(size_t count)
 {
     say("\n📊 DETAILED MEASUREMENT DATA ANALYSIS");
     say(RULE_OF_60);
@@ -556,15 +543,13 @@ static void get_measurement(const char* path)
     say("DEBUG: Read status: 0");
     const uint16_t announced = read_u16(reply);
     sayf("DEBUG: Read NumMeasurements: %u", announced);
-    size_t count = 0;
-    struct Block* blocks = read_blocks(reply, &count);
+    const size_t count = read_blocks(reply);
     sayf("DEBUG: Read measurement data, size: %zu", count);
     const int64_t elapsed = us_since(start);
     sayf("Get Measurement Status: 0 (Success) NumMeasurements: %u Time taken (in us): %" PRId64,
          announced, elapsed);
     expect(count != 0, "GetMeasurement returns blocks");
-    say_blocks(blocks, count);
-    free(blocks);
+    say_blocks(count);
     end_call(&call);
 }
 
@@ -586,7 +571,8 @@ static struct Bytes decode_base64(const char* text, size_t length)
 {
     uint8_t sextets[256];
     fill_sextets(sextets);
-    struct Bytes bytes = {.data = must_have(malloc(length / 4 * 3 + 3))};
+    struct Bytes bytes = {.data = malloc(length / 4 * 3 + 3)};
+    MUST(bytes.data ? 0 : -ENOMEM);
     uint32_t group = 0;
     size_t used = 0;
     for (uint8_t sextet; used < length && (sextet = sextets[(unsigned char)text[used]]) < 64;)
@@ -704,12 +690,8 @@ static void get_signed_measurement(const char* path)
 
 static atomic_bool running;
 
-/// The subscriptions of announced devices.
-static struct
-{
-    sd_bus_slot** list;
-    size_t count;
-} subscriptions;
+/// The subscriptions of the one device that is announced.
+static sd_bus_slot* subscriptions[3];
 
 static sd_bus_slot* add_match(sd_bus* bus, const char* member, const char* path,
                               const char* interface, sd_bus_message_handler_t handler,
@@ -723,7 +705,7 @@ static sd_bus_slot* add_match(sd_bus* bus, const char* member, const char* path,
     return slot;
 }
 
-/// For what the client subscribes to and the stand-in never sends.
+/// For what the client subscribes to and the benchmarks never send.
 static int on_unexpected(sd_bus_message* message, void* userdata, sd_bus_error* error)
 {
     (void)userdata;
@@ -749,13 +731,9 @@ static int on_device_error(sd_bus_message* message, void* userdata, sd_bus_error
 static void subscribe(sd_bus* bus, const char* path)
 {
     say("subscribing to signals");
-    subscriptions.list = must_have(
-        realloc(subscriptions.list, (subscriptions.count + 3) * sizeof *subscriptions.list));
-    sd_bus_slot** slots = subscriptions.list + subscriptions.count;
-    slots[0] = add_match(bus, "DeviceError", path, SERVICE, on_device_error, NULL);
-    slots[1] = add_match(bus, "CertificateProgress", path, SERVICE, on_unexpected, NULL);
-    slots[2] = add_match(bus, "PropertiesChanged", path, PROPERTIES, on_unexpected, NULL);
-    subscriptions.count += 3;
+    subscriptions[0] = add_match(bus, "DeviceError", path, SERVICE, on_device_error, NULL);
+    subscriptions[1] = add_match(bus, "CertificateProgress", path, SERVICE, on_unexpected, NULL);
+    subscriptions[2] = add_match(bus, "PropertiesChanged", path, PROPERTIES, on_unexpected, NULL);
 }
 
 static int on_added(sd_bus_message* message, void* word, sd_bus_error* error)
@@ -765,7 +743,7 @@ static int on_added(sd_bus_message* message, void* word, sd_bus_error* error)
     const char* path = read_text(message, 'o');
     uint16_t eid = 0;
     expect(read_eid(path, &eid), "a device's path bears a number");
-    put_device(eid, path);
+    replace_device(eid, path);
     sayf("Object Added :%s", path);
     subscribe(sd_bus_message_get_bus(message), path);
     sayf("Interface  Added handler FOR %s is completed.", (const char*)word);
@@ -793,12 +771,10 @@ static void add_own_matches(sd_bus* bus, sd_bus_slot* slots[static own_matches])
     slots[6] = add_match(bus, "Info", ROOT "/info", SERVICE "Info", on_unexpected, NULL);
 }
 
-static void release_subscriptions(void)
+static void release(sd_bus_slot** slots, size_t count)
 {
-    while (subscriptions.count > 0)
-        sd_bus_slot_unref(subscriptions.list[--subscriptions.count]);
-    free(subscriptions.list);
-    subscriptions.list = NULL;
+    while (count > 0)
+        sd_bus_slot_unref(slots[--count]);
 }
 
 static void* watch(void* unused)
@@ -816,10 +792,9 @@ static void* watch(void* unused)
         MUST(sd_bus_process(bus, NULL));
         MUST(sd_bus_wait(bus, wait_us));
     }
-    release_subscriptions();
-    for (size_t i = own_matches; i > 0; --i)
-        sd_bus_slot_unref(slots[i - 1]);
-    sd_bus_unref(bus);
+    release(subscriptions, 3);
+    release(slots, own_matches);
+    sd_bus_close_unref(bus);
     return NULL;
 }
 
@@ -946,8 +921,6 @@ int main(int argc, char** argv)
         if (strcmp(modes[i].name, argv[1]) != 0)
             continue;
         modes[i].run();
-        free_devices();
-        free(pending.data);
         return EXIT_SUCCESS;
     }
     fprintf(stderr, "usage: %s start|table|regression|measurement|signed|monitor\n", argv[0]);

@@ -5,6 +5,7 @@
 #include "fuzz/support/stream_format.hpp"
 #include "operations/base64.hpp"
 #include "operations/signed_measurements.hpp"
+#include "tests/unit/analysis_parts.hpp"
 
 #include <cstring>
 #include <map>
@@ -86,14 +87,8 @@ std::string expected_validation(const SignedMeasurement& measurement, std::size_
     if (!finding.empty())
     {
         return head + finding +
-               "❌ VALIDATION FAILED: Signed measurement structure is invalid\n"
-               "⚠️  WARNING: This may indicate:\n"
-               "   • Device did not include signature in last measurement\n"
-               "   • Signature algorithm mismatch\n"
-               "   • Data corruption or truncation\n"
-               "   • Device firmware issue\n"
-               "\nRaw data (first 80 chars): " +
-               measurement.data.substr(0, 80) + (measurement.data.size() > 80 ? "...\n" : "\n");
+               validation_failure(measurement.data.substr(0, 80) +
+                                  (measurement.data.size() > 80 ? "..." : ""));
     }
     const auto size = expected_size(measurement.signing_algorithm);
     return head + "✅ VALIDATION: Signed measurement structure appears valid\n" +

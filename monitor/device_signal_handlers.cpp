@@ -17,11 +17,9 @@ namespace
 void print_sender(sdbusplus::message_t& signal, const char* label)
 {
     const std::string sender = signal.get_path();
-    const auto last = sender.back();
     for (const auto& [eid, path] : discovered_objects)
     {
-        // The last characters first: the paths of a kind begin alike, and there may be thousands.
-        if (path.ends_with(last) && path == sender)
+        if (path == sender)
         {
             std::cout << label << eid << std::endl;
         }
@@ -37,7 +35,7 @@ void print_changed_property(const std::string& name, const PropertyValue& value)
     }
     else if (const auto* code = std::get_if<std::uint32_t>(&value))
     {
-        // A code without a text leaves the line open: the next property goes on in it.
+        // A code without a text leaves the line open: the next property continues it.
         if (const auto* status = find_text(ChallengeStatusText, *code))
         {
             std::cout << *status << std::endl;
@@ -51,7 +49,7 @@ void print_changed_property(const std::string& name, const PropertyValue& value)
     {
         std::cout << (*flag ? "true" : "false") << std::endl;
     }
-    else // a value that lost its content; one of a foreign type reads as an empty text
+    else // not reached by values that were read: other types read as an empty text
     {
         std::cout << "Unknown Property." << std::endl;
     }

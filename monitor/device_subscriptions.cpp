@@ -2,6 +2,7 @@
 
 #include "monitor/device_signal_handlers.hpp"
 #include "monitor/match_rules.hpp"
+#include "shell/discovery.hpp"
 #include "shell/service_contract.hpp"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ std::map<std::string, std::vector<sdbusplus::bus::match_t>> device_subscriptions
 namespace
 {
 
-/// What the calling thread has subscribed to on its connection, ended since or not.
+/// Paths that this thread has subscribed to, even if the subscriptions have ended since.
 thread_local std::set<std::string> paths_subscribed_here;
 
 } // namespace
@@ -46,11 +47,13 @@ void drop_device_subscriptions(const std::string& path)
 
 void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus)
 {
-    // Never destroyed, or the connections would be released at exit.
+    // Never destroyed, or the references would be released at exit.
     static auto& kept = *new std::vector<sdbusplus::bus_t>;
     if (std::any_of(paths_subscribed_here.begin(), paths_subscribed_here.end(),
                     [](const auto& path) { return device_subscriptions.contains(path); }))
     {
+        // Nobody reads it from now on: the daemon would queue every signal that still matches.
+        bus.close();
         kept.push_back(std::move(bus));
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <sdbusplus/bus.hpp>
 #include <sdbusplus/bus/match.hpp>
@@ -9,9 +9,8 @@
 #include <string>
 #include <vector>
 
-/// The matches on devices' own signals by object path. Written on the monitor thread alone, released
-/// at exit. The matches outlive the thread whose connection they are bound to, and keep that
-/// connection open, unprocessed.
+/// The matches for devices' own signals, by object path. Written only on the monitor thread, released
+/// at exit. Matches outlive their thread; its connection is closed then, so they are silent.
 extern std::map<std::string, std::vector<sdbusplus::bus::match_t>> device_subscriptions;
 
 /// Subscribes on `bus` to the signals of the device known by `eid`; a second call subscribes a
@@ -21,8 +20,8 @@ void subscribe_device_signals(sdbusplus::bus_t& bus, Eid eid);
 /// Ends all subscriptions of the device object at `path`, if there are any.
 void drop_device_subscriptions(const std::string& path);
 
-/// To be called with the monitor thread's connection when the thread ends: while any of its
-/// subscriptions are there, the connection is never released. Releasing the last reference to a default
-/// connection makes libsystemd clear the pointer to it in the storage of the thread that opened it,
-/// and that memory may be gone once the thread has ended.
+/// To be called with the monitor thread's connection when the thread ends: if any of its subscriptions
+/// are left, the connection is closed, but a reference to it is kept until the process ends. Releasing
+/// the last reference to a default connection makes libsystemd clear the pointer to it in the storage of
+/// the thread that opened it, and that memory may be gone once the thread has ended.
 void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus);

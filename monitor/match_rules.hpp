@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// The pieces of a D-Bus match rule. Each ends with a comma, so a whole rule does, too; sd-bus
-/// accepts that. Texts are inserted as they are, without escaping.
+/// The pieces of a D-Bus match rule. Each ends with a comma, and so does a whole rule; sd-bus
+/// accepts that. Texts are not escaped.
 namespace match_rules
 {
 

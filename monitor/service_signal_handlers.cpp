@@ -17,8 +17,8 @@ std::string read_object_path(sdbusplus::message_t& signal)
     return read_argument<sdbusplus::message::object_path>(signal).str;
 }
 
-/// Enters the device under the EID that its path implies and returns that. A path without a number
-/// is not entered and counts as EID 0, whatever is known by that.
+/// Enters the device under the EID that its path implies, and returns that EID. A path without a number
+/// is not entered and counts as EID 0, whatever device that is.
 Eid enter_added_device(const std::string& path)
 {
     const auto eid = eid_from_path(path);
@@ -29,7 +29,7 @@ Eid enter_added_device(const std::string& path)
     return eid.value_or(0);
 }
 
-/// What an announcement's handler prints first and last.
+/// The first and the last line of an InterfacesAdded handler.
 struct AddedTexts
 {
     const char* received;

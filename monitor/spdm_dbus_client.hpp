@@ -4,11 +4,9 @@
 
 /// Watches the service's signals on a thread of its own between start and stop.
 ///
-/// What both threads use has no lock. The thread's creation orders all that the menu's thread did before
-/// it, and the join in stop_monitor() all that the handlers did before what the menus read of it next. In
-/// between only the handlers touch the devices' tables, while the menu's thread reads numbers up to -1.
-/// Both print to std::cout, which is synchronised with C's streams and so locked by them: no line is lost,
-/// but lines of the two may stand in any order.
+/// The threads share the device tables without a lock: between start and stop only the handlers use
+/// them, and the thread's creation and its join order the accesses. Both threads print to std::cout, which
+/// is synchronised with C's streams and so locked: no line is lost, but lines may come in any order.
 class spdm_dbus_client
 {
   public:
@@ -16,10 +14,10 @@ class spdm_dbus_client
     spdm_dbus_client(const spdm_dbus_client&) = delete;
     spdm_dbus_client& operator=(const spdm_dbus_client&) = delete;
 
-    /// A monitor that still runs ends the process (`std::terminate`).
+    /// Ends the process (`std::terminate`) if the monitor still runs.
     ~spdm_dbus_client();
 
-    /// Starts the thread. Passes on what its creation raises.
+    /// Starts the thread. Exceptions from its creation propagate.
     void start_monitor();
 
     /// Ends the thread after the handler in progress, and waits for it.
@@ -27,12 +25,11 @@ class spdm_dbus_client
 
   private:
     /// The thread's body: subscribes, then dispatches signals while `running`. Prints a bus error
-    /// and ends at it.
+    /// and returns.
     void monitor_loop();
 
-    /// Set before the thread is created and cleared while it runs. Plain, not atomic: the loop reads
-    /// it anew every turn, since the calls into the bus library in between might change it for all
-    /// the compiler knows, and a late read costs a turn of a millisecond at most.
+    /// Set before the thread is created, cleared while it runs. Plain, not atomic: the calls into the bus
+    /// library make the compiler read it again each turn, and a late read costs a turn of a millisecond.
     bool running = false;
 
     std::thread* thread = nullptr;

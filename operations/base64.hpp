@@ -4,7 +4,6 @@
 #include <string_view>
 #include <vector>
 
-/// Decodes Base64 text up to the first "=" or other character that is not one of the alphabet's;
-/// whatever follows is ignored. A last group of 2 or 3 characters gives 1 or 2 bytes, a single
-/// left-over character none. Never fails.
+/// Decodes Base64 text up to the first character outside the alphabet, such as "="; the rest is
+/// ignored. A last group of 2 or 3 characters gives 1 or 2 bytes, a single character none. Never fails.
 std::vector<std::uint8_t> decode_base64(std::string_view text);

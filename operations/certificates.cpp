@@ -14,7 +14,7 @@ namespace
 /// The challenge status that means "Passed".
 constexpr std::uint32_t challenge_passed = 1;
 
-/// What a certificate status holds until the reply has been read.
+/// The value of a certificate status before the reply is read.
 constexpr std::uint16_t status_unread = 255;
 
 } // namespace

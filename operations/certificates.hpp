@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <cstdint>
 
@@ -8,7 +8,7 @@
 /// that the device passed, 1 otherwise and on every failure.
 int ReAuthenticate(Eid eid);
 
-/// Has the certificate chain of a slot fetched and prints where the service stored it. Returns 0
+/// Fetches the certificate chain of a slot and prints the path under which the service stored it. Returns 0
 /// when the exchange worked, whatever the status, 1 otherwise. The slot is not checked.
 int GetCertificate(Eid eid, std::uint16_t slot);
 

@@ -10,12 +10,12 @@
 constexpr int success = 0;
 constexpr int failure = 1;
 
-/// Comes before the microseconds that an exchange took.
+/// Printed before the microseconds that an exchange took.
 constexpr auto time_taken_label = " Time taken(In us): ";
 
 /// Runs `operation` with the object path of the device `eid` and returns its verdict. An unknown
-/// device, or any standard exception out of `operation`, is told on the console (the latter by the
-/// line `complaint`) and is a failure.
+/// device is a failure, and so is a standard exception from `operation`, for which it prints the line
+/// `complaint`.
 template <typename Operation>
 int run_device_operation(Eid eid, const char* complaint, Operation operation)
 {

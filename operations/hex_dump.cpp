@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <cstring>
 
 namespace
 {
@@ -11,50 +10,50 @@ namespace
 constexpr std::size_t bytes_per_line = 16;
 constexpr std::size_t least_offset_digits = 4;
 constexpr std::size_t most_offset_digits = sizeof(std::size_t) * CHAR_BIT / 4;
-
-constexpr char digit_characters[] = "0123456789abcdef";
-
-/// Two digits and a blank. A fourth character rounds them up to what one store takes; the next byte's
-/// text, or the line's end, goes over it.
-using ByteText = std::array<char, 4>;
 constexpr std::size_t characters_per_byte = 3;
+constexpr std::size_t longest_line =
+    2 + most_offset_digits + 2 + characters_per_byte * bytes_per_line + 1;
 
-/// Holds the longest line: two blanks, offset, ": ", bytes, line end.
-using Line =
-    std::array<char, 2 + most_offset_digits + 2 + characters_per_byte * bytes_per_line + 1>;
+constexpr char digits[] = "0123456789abcdef";
+
+/// Two digits and a blank, padded to 4 bytes so that each byte is one copy; the pad is overwritten by what
+/// follows.
+using ByteText = std::array<char, 4>;
+
+constexpr auto byte_texts = [] {
+    std::array<ByteText, 256> texts{};
+    for (std::size_t byte = 0; byte < texts.size(); ++byte)
+    {
+        texts[byte] = {digits[byte >> 4], digits[byte & 0xf], ' ', '\0'};
+    }
+    return texts;
+}();
+
+// Both write at `end` and return the new end.
 
 char* write_offset(char* end, std::size_t offset)
 {
-    std::size_t digits = least_offset_digits;
-    while (digits < most_offset_digits && offset >> (4 * digits) != 0)
+    std::size_t count = least_offset_digits;
+    while (count < most_offset_digits && offset >> (4 * count) != 0)
     {
-        ++digits;
+        ++count;
     }
     *end++ = ' ';
     *end++ = ' ';
-    while (digits-- > 0)
+    while (count-- > 0)
     {
-        *end++ = digit_characters[offset >> (4 * digits) & 0xf];
+        *end++ = digits[offset >> (4 * count) & 0xf];
     }
     *end++ = ':';
     *end++ = ' ';
     return end;
 }
 
-constexpr auto byte_texts = [] {
-    std::array<ByteText, 256> texts{};
-    for (std::size_t byte = 0; byte < texts.size(); ++byte)
-    {
-        texts[byte] = {digit_characters[byte >> 4], digit_characters[byte & 0xf], ' ', '\0'};
-    }
-    return texts;
-}();
-
 char* write_bytes(char* end, std::span<const std::uint8_t> bytes)
 {
     for (const auto byte : bytes)
     {
-        std::memcpy(end, byte_texts[byte].data(), sizeof(ByteText));
+        std::copy_n(byte_texts[byte].begin(), sizeof(ByteText), end);
         end += characters_per_byte;
     }
     return end;
@@ -65,10 +64,7 @@ char* write_bytes(char* end, std::span<const std::uint8_t> bytes)
 void print_hex_dump(std::ostream& out, std::span<const std::uint8_t> data,
                     std::size_t first_position)
 {
-    // To the stream's buffer at once: a megabyte is 65,536 lines, and the stream's own checks before
-    // and after each output are a fifth of their cost.
-    auto& lines = *out.rdbuf();
-    Line line;
+    std::array<char, longest_line> line;
     std::size_t offset = 0;
     while (offset < data.size())
     {
@@ -81,11 +77,8 @@ void print_hex_dump(std::ostream& out, std::span<const std::uint8_t> data,
         }
         end = write_bytes(end, data.subspan(offset, count));
         *end++ = '\n';
-        const auto size = end - line.data();
-        if (lines.sputn(line.data(), size) != size || lines.pubsync() != 0)
-        {
-            out.setstate(std::ios_base::badbit);
-        }
+        out.write(line.data(), end - line.data());
+        out.flush();
         offset += count;
     }
 }

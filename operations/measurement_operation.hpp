@@ -1,5 +1,6 @@
 #pragma once
 
+#include "operations/bus_error_details.hpp"
 #include "operations/device_operation.hpp"
 
 #include <sdbusplus/exception.hpp>
@@ -21,11 +22,7 @@ void print_title_rule(std::ostream& out);
 /// Prints the rule under the head of a section of an analysis.
 void print_section_rule(std::ostream& out);
 
-/// Prints the likely reasons for a bus error that all who explain one share.
-void print_bus_error_details();
-
-/// As `run_device_operation`, but bus errors are told apart from other standard exceptions, and with
-/// their likely reasons.
+/// As `run_device_operation`, with separate lines for bus errors, which include the likely reasons.
 template <typename Operation>
 int run_measurement_operation(Eid eid, const MeasurementComplaints& complaints, Operation operation)
 {

@@ -32,7 +32,7 @@ void print_block(std::ostream& out, std::size_t number, const MeasurementBlock& 
     out << std::endl;
 }
 
-/// The call with its progress lines, which count into the time that it takes.
+/// The time taken includes printing the progress lines.
 int fetch_and_print(const std::string& path, std::uint16_t slot, const MeasurementIndices& indices)
 {
     MethodCall call{path, ServiceContract::DEVICE_INTERFACE, ServiceContract::GET_MEASUREMENT};

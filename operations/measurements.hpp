@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <cstdint>
 #include <ostream>
@@ -11,7 +11,7 @@
 using MeasurementIndices = std::vector<std::uint16_t>;
 constexpr std::uint16_t all_measurements = 255;
 
-/// Index, data, algorithm and type of a measurement, in the order of the wire.
+/// Index, data, algorithm and type of a measurement, in wire order.
 using MeasurementBlock =
     std::tuple<std::uint16_t, std::vector<std::uint8_t>, std::uint32_t, std::uint16_t>;
 

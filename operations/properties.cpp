@@ -16,7 +16,7 @@ void print_value(std::ostream& out, const PropertyValue& value)
 {
     if constexpr (std::is_same_v<Value, bool>)
     {
-        // Never switched off again: later bools on the console are words, too.
+        // Stays on: later bools on the console are words, too.
         out << std::boolalpha;
     }
     out << std::get<Value>(value) << std::endl;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 #include "shell/property_map.hpp"
 
 #include <cstdint>
@@ -11,9 +11,8 @@
 /// the exchange took. Raises `sdbusplus::exception::SdBusError`.
 std::int64_t read_properties(const std::string& path, PropertyMap& properties);
 
-/// Prints the device's 27 properties in their order, one a line. A property that is absent counts
-/// as an empty text and is entered as such; one of another type than expected raises
-/// `std::bad_variant_access` when its label has been printed. Leaves `out` printing bools as words.
+/// Prints the device's 27 properties, one a line. An absent property is entered as an empty text; one of
+/// the wrong type raises `std::bad_variant_access` after its label. `out` prints bools as words from then on.
 void print_properties(std::ostream& out, PropertyMap& properties);
 
 /// Prints the property report of a device. Returns 0 when all of it was printed, 1 otherwise.

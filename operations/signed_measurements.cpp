@@ -18,14 +18,11 @@ constexpr MeasurementComplaints signed_measurement_complaints{
     "GENERIC ERROR: Signed measurement operation failed. Check device configuration.",
 };
 
-/// A measurement part is at least this long, in bytes.
+/// Shortest measurement part, in bytes.
 constexpr std::size_t least_measurement_size = 16;
 
-/// So much of the received text is shown when its structure is invalid.
+/// Characters of the received text that are shown when its structure is invalid.
 constexpr std::size_t raw_data_shown = 80;
-
-constexpr std::uint32_t status_authentication_failed = 5;
-constexpr std::uint32_t status_not_supported = 10;
 
 struct SignatureSize
 {
@@ -33,8 +30,7 @@ struct SignatureSize
     std::size_t bytes;
 };
 
-/// RSA signatures are as long as the modulus, ECDSA ones twice as long as the field, EdDSA ones as
-/// RFC 8032 has them.
+/// RSA: the length of the modulus. ECDSA: twice that of the field. EdDSA: see RFC 8032.
 constexpr SignatureSize signature_sizes[] = {
     {"TPM_ALG_RSASSA_3072", 384},
     {"TPM_ALG_RSAPSS_3072", 384},
@@ -106,7 +102,7 @@ void print_complete_data(std::ostream& out, std::span<const std::uint8_t> bytes)
     print_hex_dump(out, bytes);
 }
 
-/// The last `signature_size` bytes are the signature, laid out on their positions in the whole.
+/// The signature is the last `signature_size` bytes. Its dump breaks lines where the whole would.
 void print_split(std::ostream& out, std::span<const std::uint8_t> bytes, std::size_t signature_size)
 {
     const auto measurement_size = bytes.size() - signature_size;
@@ -122,15 +118,15 @@ void print_split(std::ostream& out, std::span<const std::uint8_t> bytes, std::si
     out << std::endl;
 }
 
-/// What follows the result line; the operation's verdict is settled before.
+/// Prints what follows the result line; it does not affect the operation's verdict.
 void print_details(std::uint32_t status, bool succeeded, const SignedMeasurement& measurement)
 {
-    if (status == status_not_supported)
+    if (status == operation_status::measurement_not_supported)
     {
         std::cout << "ℹ INFO: Device does not support signed measurements" << std::endl;
         return;
     }
-    if (status == status_authentication_failed)
+    if (status == operation_status::authentication_failed)
     {
         std::cout << "ℹ INFO: Authentication may be required for signed measurements" << std::endl;
         return;
@@ -151,7 +147,7 @@ void print_details(std::uint32_t status, bool succeeded, const SignedMeasurement
     }
 }
 
-/// The call with its progress lines, which count into the time that it takes.
+/// The time taken includes printing the progress lines.
 int fetch_and_print(const std::string& path, const MeasurementIndices& indices, std::uint16_t slot,
                     const std::string& nonce)
 {

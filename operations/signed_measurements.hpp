@@ -1,7 +1,7 @@
 #pragma once
 
 #include "operations/measurements.hpp"
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,7 @@
 #include "shell/device_table.hpp"
 
+#include "shell/discovery.hpp"
+
 #include <iomanip>
 #include <iostream>
 #include <string>

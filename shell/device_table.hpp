@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <cstddef>
 #include <vector>
@@ -12,12 +12,11 @@ enum class EidColumn
     of_device,
 };
 
-/// Prints the device table, a row for each known device with its XMID, numbered from 0; texts are
-/// never cut. Returns the EIDs by which the devices are known, in the order of the rows.
+/// Prints the device table: a row for each known device, numbered from 0. Texts are never cut. Returns the EIDs by which the devices are known, in the order of the rows.
 std::vector<Eid> print_device_table(EidColumn column);
 
 /// Prints the closing row of the device table, which offers all of `count` devices.
 void print_all_devices_row(std::size_t count);
 
-/// Prints the head over what is done on the `number`th of `count` devices, between rules of "=".
+/// Prints the heading of the `number`th of `count` devices, between rules of "=".
 void print_device_head(std::size_t number, std::size_t count, Eid eid, std::size_t rule_width);

@@ -5,10 +5,8 @@
 #include "shell/service_contract.hpp"
 
 #include <algorithm>
-#include <charconv>
+#include <exception>
 #include <iostream>
-#include <stdexcept>
-#include <system_error>
 #include <variant>
 
 std::map<Eid, std::string> discovered_objects;
@@ -29,8 +27,8 @@ ManagedObjects read_managed_objects(const std::string& root_path)
     return objects;
 }
 
-/// A device's property, which must hold a `Value`. The bool stands first because a content that is
-/// none of the alternatives reads as the first one: taking the `Value` then fails as it should.
+/// A device's property, which must hold a `Value`. The bool comes first because content of any other
+/// type reads as the first alternative: std::get then raises an error.
 template <typename Value>
 Value read_property(const std::string& path, const char* name)
 {
@@ -55,14 +53,7 @@ std::optional<Eid> eid_from_path(const std::string& path)
     {
         return std::nullopt;
     }
-    // What std::stoi would do, its error's text included, but not by the C library's strtol: nothing
-    // else at start needs the pages of memory around that, and the controller's memory is small.
-    int number = 0;
-    if (std::from_chars(&path[digit], path.data() + path.size(), number).ec != std::errc{})
-    {
-        throw std::out_of_range("stoi");
-    }
-    return static_cast<Eid>(number);
+    return static_cast<Eid>(std::stoi(path.substr(digit)));
 }
 
 void enter_device(Eid eid, const std::string& path)

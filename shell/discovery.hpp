@@ -1,17 +1,13 @@
 #pragma once
 
-#include <cstdint>
+#include "shell/eid.hpp"
+
 #include <map>
 #include <optional>
 #include <string>
 
-/// Endpoint identifier; the key that names a device everywhere.
-using Eid = std::uint16_t;
-
-/// The known devices' object paths by EID. Only the functions below write it: discovery before the
-/// first menu and, while the monitor runs, the monitor's handlers on their thread. The main thread
-/// does not touch it meanwhile, so there is no lock: the monitor thread's creation and its join put the
-/// accesses in order.
+/// The known devices' object paths by EID. Only the functions below write it: at start, and on the
+/// monitor thread while the monitor runs. The main thread does not use it then, so it needs no lock.
 extern std::map<Eid, std::string> discovered_objects;
 
 /// One entry of `discovered_objects`.
@@ -31,7 +27,7 @@ std::optional<Eid> find_eid(const std::string& path);
 /// Forgets the device known by this EID.
 void erase_device(Eid eid);
 
-/// The path known by this EID; an empty entry is created where there is none.
+/// The path known by this EID; without one, an empty path is entered.
 const std::string& object_path_entry(Eid eid);
 
 /// The path known by this EID, null when there is none.
@@ -47,7 +43,6 @@ int discover_devices(const std::string& root_path);
 /// Prints the known object paths, numbered from 1. Returns -1 when there are none, 0 otherwise.
 int list_objects();
 
-/// Reads what the device says of itself. Returns 1 when both properties were read. Returns 0
-/// otherwise: with "N/A" and `eid` when the device could not be asked, with an empty text and 0 when
-/// `eid` is unknown.
+/// Reads the device's XMID and its own EID. Returns 1 when both were read, 0 otherwise: with "N/A" and
+/// `eid` after an error, with an empty text and 0 when `eid` is unknown.
 int read_device_identity(Eid eid, std::string& xmid_out, Eid& eid_out);

@@ -8,8 +8,9 @@
 namespace
 {
 
-/// Lines of up to so many bytes go out in one write: a signed measurement of a megabyte fits.
-char output_buffer[4 << 20];
+/// Big enough for the longest line, so that a flush is one write: by default the system bus passes
+/// messages of up to 32 MiB, and a line shows at most one. Pages that no line reaches use no memory.
+char output_buffer[33 << 20];
 
 } // namespace
 

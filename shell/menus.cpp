@@ -71,8 +71,8 @@ void ask_signed_measurement(Eid eid)
     get_signed_measurement(eid, ask_indices(), slot, nonce);
 }
 
-/// Returns when the operator has entered -1. At the end of input, and after an answer that is no
-/// number, it waits on without end, and the monitor runs on.
+/// Returns when the operator has entered -1; never after the end of input or an answer that is not a
+/// number.
 void wait_for_stop()
 {
     std::int32_t answer = 0;
@@ -114,7 +114,7 @@ void monitor_signals()
 
 void run_operations_menu(Eid eid)
 {
-    // Not reset before each read: at the end of input the last choice repeats.
+    // Not reset before each read: after the end of input the last choice repeats.
     std::uint32_t choice = 0;
     while (choice != 9)
     {

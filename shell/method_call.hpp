@@ -12,8 +12,8 @@
 
 /// One method call over the calling thread's default system-bus connection: acquires the
 /// connection, creates the call, takes the arguments, times the exchange and reads the reply.
-/// All that it acquired is released with it. Every step raises
-/// `sdbusplus::exception::SdBusError` when it fails.
+/// Its destructor releases all of it. Every step that fails raises
+/// `sdbusplus::exception::SdBusError`.
 class MethodCall
 {
   public:
@@ -42,7 +42,7 @@ class MethodCall
         started = Clock::now();
     }
 
-    /// Sends the call and waits for the reply, for as long as the bus library's default allows.
+    /// Sends the call and waits for the reply, up to the bus library's default timeout.
     void send()
     {
         reply = bus.call(call, default_timeout);

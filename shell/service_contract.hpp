@@ -1,7 +1,7 @@
 #pragma once
 
-/// Every name by which the SPDM service and its devices are known on the system bus.
-/// Client and simulator both read the names from here.
+/// The SPDM service on the system bus: its bus name, objects, interfaces, methods and signals.
+/// Client and simulator both read these from here. Properties are named where they are used.
 struct ServiceContract
 {
     static constexpr const char* SERVICE_NAME = "com.varn.bmc.spdm.spdm";

@@ -48,19 +48,25 @@ int status_advice(std::uint32_t code)
 {
     switch (code)
     {
-        case 0: return 1;
-        case 2:
+        case operation_status::success: return 1;
+        case operation_status::eid_not_ready:
             std::cout << "ℹ INFO: Device not ready for measurement operation" << std::endl;
             return 0;
-        case 5:
+        case operation_status::authentication_failed:
             std::cout << "✗ FAIL: Authentication required for measurements" << std::endl;
             return 0;
-        case 10: std::cout << "ℹ INFO: Device does not support measurements" << std::endl; return 0;
-        case 11: std::cout << "ℹ INFO: Measurement summary not available" << std::endl; return 0;
-        case 18:
+        case operation_status::measurement_not_supported:
+            std::cout << "ℹ INFO: Device does not support measurements" << std::endl;
+            return 0;
+        case operation_status::measurement_summary_not_available:
+            std::cout << "ℹ INFO: Measurement summary not available" << std::endl;
+            return 0;
+        case operation_status::partial_measurement_success:
             std::cout << "⚠ WARNING: Partial success - some measurements failed" << std::endl;
             return 1;
-        case 20: std::cout << "ℹ INFO: Resynchronization required" << std::endl; return 0;
+        case operation_status::resynchronization_required:
+            std::cout << "ℹ INFO: Resynchronization required" << std::endl;
+            return 0;
         default: return 0;
     }
 }

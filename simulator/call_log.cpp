@@ -3,7 +3,9 @@
 #include "simulator/json_value.hpp"
 
 #include <cerrno>
+#include <fcntl.h>
 #include <system_error>
+#include <unistd.h>
 
 namespace simulator
 {
@@ -37,18 +39,28 @@ CallLog::CallLog(const std::string& file)
     {
         return;
     }
-    stream.open(file, std::ios::app);
-    if (!stream)
+    constexpr mode_t for_all = 0666;
+    descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, for_all);
+    if (descriptor < 0)
     {
         throw std::system_error(errno, std::generic_category(), file);
+    }
+    output.emplace(descriptor, file);
+}
+
+CallLog::~CallLog()
+{
+    if (descriptor >= 0)
+    {
+        ::close(descriptor);
     }
 }
 
 void CallLog::write(const Call& call)
 {
-    if (stream.is_open())
+    if (output)
     {
-        stream << call_line(call) << std::endl; // whoever waits for the reply may read the log then
+        output->print(call_line(call));
     }
 }
 

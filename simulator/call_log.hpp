@@ -1,8 +1,9 @@
 #pragma once
 
 #include "simulator/answer.hpp"
+#include "simulator/line_output.hpp"
 
-#include <fstream>
+#include <optional>
 #include <string>
 
 namespace simulator
@@ -18,11 +19,15 @@ class CallLog
   public:
     /// Logs nothing when `file` is empty. Throws std::system_error when it cannot be opened.
     explicit CallLog(const std::string& file);
+    ~CallLog();
+    CallLog(const CallLog&) = delete;
+    CallLog& operator=(const CallLog&) = delete;
 
     void write(const Call& call);
 
   private:
-    std::ofstream stream;
+    int descriptor = -1;
+    std::optional<LineOutput> output;
 };
 
 } // namespace simulator

@@ -1,11 +1,12 @@
 #include "simulator/command_line.hpp"
 
 #include "simulator/json_value.hpp"
+#include "simulator/names.hpp"
 #include "simulator/presets.hpp"
 #include "simulator/signals.hpp"
+#include "simulator/signature.hpp"
 
 #include <nlohmann/json.hpp>
-#include <systemd/sd-bus.h>
 
 #include <algorithm>
 #include <limits>
@@ -24,7 +25,7 @@ constexpr std::uint64_t most_signals = 1'000'000'000;
 class Arguments
 {
   public:
-    explicit Arguments(const std::string& line) : stream(line) {}
+    explicit Arguments(const std::string& line) : line(line), stream(line) {}
 
     bool at_end()
     {
@@ -49,10 +50,21 @@ class Arguments
 
     std::string path()
     {
-        std::string text = word("PATH");
-        if (!sd_bus_object_path_is_valid(text.c_str()))
+        return name("PATH", is_object_path, "object path");
+    }
+
+    /// The next word, if it is valid as a name of this kind.
+    std::string name(const std::string& argument, bool (*is_valid)(const std::string&),
+                     const std::string& kind)
+    {
+        std::string text = word(argument);
+        if (!is_valid(text))
         {
-            throw std::runtime_error("\"" + text + "\" is no valid object path");
+            throw std::runtime_error("\"" + text + "\" is no valid " + kind);
+        }
+        if (is_reserved(text))
+        {
+            throw std::runtime_error("\"" + text + "\" is reserved by the bus");
         }
         return text;
     }
@@ -82,16 +94,21 @@ class Arguments
         }
     }
 
-    /// A signature and one JSON value for each of its types, as [SIGNATURE, VALUE...].
-    Json typed_values()
+    /// A signature and one JSON value for each of its types.
+    Body typed_values()
     {
-        Json all = Json::array();
-        all.push_back(word("SIGNATURE"));
-        while (!at_end())
+        at_end();
+        const std::size_t start = position();
+        const auto types = types_or_advice(start);
+        Body body;
+        for (const std::string& type : types)
         {
-            all.push_back(json("VALUE"));
+            const std::string name =
+                types.size() == 1 ? "VALUE" : "VALUE " + std::to_string(body.size() + 1);
+            const Json value = body.empty() ? json_or_advice(name, start) : json(name);
+            body.push_back(value_from_json(type, JsonPlace(value, name)));
         }
-        return all;
+        return body;
     }
 
     void end()
@@ -103,8 +120,66 @@ class Arguments
     }
 
   private:
+    std::size_t position()
+    {
+        return stream.eof() ? line.size() : static_cast<std::size_t>(stream.tellg());
+    }
+
+    /// What is wrong, and what to type if the rest of the line from `text` on is meant as a text.
+    /// The signature belongs at `start`.
+    [[noreturn]] void advise(const std::string& wrong, std::size_t start, std::size_t text) const
+    {
+        const std::string quoted = Json(line.substr(text)).dump();
+        throw std::runtime_error(wrong + "; for a text, type: " + line.substr(0, start) + "s " +
+                                 quoted);
+    }
+
+    std::vector<std::string> types_or_advice(std::size_t start)
+    {
+        const std::string signature = word("SIGNATURE");
+        try
+        {
+            return complete_types(signature);
+        }
+        catch (const std::invalid_argument& error)
+        {
+            advise(error.what(), start, start);
+        }
+    }
+
+    Json json_or_advice(const std::string& name, std::size_t start)
+    {
+        const std::size_t text = at_end() ? start : position();
+        try
+        {
+            return json(name);
+        }
+        catch (const std::runtime_error& error)
+        {
+            advise(error.what(), start, text);
+        }
+    }
+
+    const std::string& line;
     std::istringstream stream;
 };
+
+void check_line(const std::string& line)
+{
+    const std::string flaw = flaw_in_text(line);
+    if (!flaw.empty())
+    {
+        throw std::runtime_error("a command " + flaw);
+    }
+    try
+    {
+        Json(line).dump();
+    }
+    catch (const Json::exception&)
+    {
+        throw std::runtime_error("a command is UTF-8 text");
+    }
+}
 
 using Folder = std::filesystem::path;
 
@@ -135,23 +210,23 @@ Command parse_set(Arguments& arguments, const Folder&)
 {
     const std::string path = arguments.path();
     const std::string property = arguments.word("PROPERTY");
-    const Json value = arguments.typed_values();
-    return SetProperty{path, property, typed_value_from_json(JsonPlace(value, "value"))};
+    Body values = arguments.typed_values();
+    if (values.size() != 1)
+    {
+        throw std::runtime_error("a property has one value, not " + std::to_string(values.size()));
+    }
+    return SetProperty{path, property, std::move(values.front())};
 }
 
 Command parse_signal(Arguments& arguments, const Folder&)
 {
-    Signal signal{arguments.path(), arguments.word("INTERFACE"), arguments.word("MEMBER"), {}};
-    if (!sd_bus_interface_name_is_valid(signal.interface.c_str()) ||
-        !sd_bus_member_name_is_valid(signal.member.c_str()))
-    {
-        throw std::runtime_error(signal.interface + " " + signal.member +
-                                 " is no valid interface and member");
-    }
+    Signal signal{arguments.path(),
+                  arguments.name("INTERFACE", is_interface_name, "interface name"),
+                  arguments.name("MEMBER", is_member_name, "member name"),
+                  {}};
     if (!arguments.at_end())
     {
-        const Json body = arguments.typed_values();
-        signal.arguments = body_from_json(JsonPlace(body, "values"));
+        signal.arguments = arguments.typed_values();
     }
     return signal;
 }
@@ -223,6 +298,7 @@ const char* const command_help =
 
 Command parse_command(const std::string& line, const std::filesystem::path& folder)
 {
+    check_line(line);
     Arguments arguments(line);
     const std::string name = arguments.word("the command");
     const auto form =

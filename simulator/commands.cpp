@@ -3,7 +3,6 @@
 #include "simulator/command_line.hpp"
 
 #include <algorithm>
-#include <iostream>
 #include <stdexcept>
 #include <utility>
 
@@ -75,8 +74,9 @@ struct Runner
 
 } // namespace
 
-Commands::Commands(Service& service, std::filesystem::path folder, std::function<void()> quit)
-    : service(service), folder(std::move(folder)), quit(std::move(quit))
+Commands::Commands(Service& service, std::filesystem::path folder, LineOutput& output,
+                   std::function<void()> quit)
+    : service(service), folder(std::move(folder)), output(output), quit(std::move(quit))
 {}
 
 void Commands::take(std::string_view input)
@@ -95,7 +95,7 @@ void Commands::answer(const std::string& line)
 {
     std::string text = run(line);
     std::replace(text.begin(), text.end(), '\n', ' ');
-    std::cout << text << std::endl;
+    output.print(text);
 }
 
 std::string Commands::run(const std::string& line)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/line_output.hpp"
 #include "simulator/service.hpp"
 
 #include <filesystem>
@@ -10,13 +11,14 @@
 namespace simulator
 {
 
-/// The commands on standard input, one a line, each answered by one line on standard output.
+/// The commands on standard input, one a line, each answered by one line.
 class Commands
 {
   public:
     /// Key files of devices are looked for relative to `folder`; `quit` is called for the command of
     /// that name.
-    Commands(Service& service, std::filesystem::path folder, std::function<void()> quit);
+    Commands(Service& service, std::filesystem::path folder, LineOutput& output,
+             std::function<void()> quit);
 
     /// Takes the next piece of the input, an empty one at its end, and runs all complete lines.
     void take(std::string_view input);
@@ -27,6 +29,7 @@ class Commands
 
     Service& service;
     std::filesystem::path folder;
+    LineOutput& output;
     std::function<void()> quit;
     std::string pending;
 };

@@ -46,6 +46,7 @@ BusHandle open_bus(const BusChoice& choice)
 void send_and_release(sd_bus_message* message, std::span<const Value> values)
 {
     const MessageHandle owned(message);
+    body_size(values);
     append_values(message, values);
     check(sd_bus_send(nullptr, message, nullptr), "sd_bus_send");
 }

@@ -20,7 +20,6 @@ struct MeasurementBlock
     std::uint16_t type;
 };
 
-/// The outcomes of an authentication that the simulator itself tells apart.
 inline constexpr std::uint32_t authentication_passed = 1;
 
 /// A simulated device.
@@ -35,7 +34,7 @@ struct Device
     std::map<std::string, Properties> interfaces;
     std::vector<MeasurementBlock> measurements;
     Signing signing;
-    /// What ReAuthenticate answers, and then stands in the property ChallengeStatus.
+    /// What ReAuthenticate answers, and sets the property ChallengeStatus to.
     std::uint32_t authentication = authentication_passed;
     /// By method name.
     std::map<std::string, std::vector<Rule>> rules;

@@ -1,10 +1,10 @@
 #include "simulator/device_methods.hpp"
 
 #include "shell/service_contract.hpp"
-#include "simulator/base64_encoding.hpp"
 #include "simulator/signals.hpp"
 
 #include <algorithm>
+#include <openssl/evp.h>
 #include <optional>
 #include <string_view>
 
@@ -185,6 +185,14 @@ std::optional<Bytes> nonce_bytes(const std::string& nonce)
         bytes.push_back(static_cast<std::uint8_t>(std::stoi(nonce.substr(i, 2), nullptr, 16)));
     }
     return bytes;
+}
+
+std::string encode_base64(const Bytes& bytes)
+{
+    std::string text((bytes.size() + 2) / 3 * 4, '\0');
+    EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(),
+                    static_cast<int>(bytes.size()));
+    return text;
 }
 
 Answer refuse_signed(Status status)

@@ -2,9 +2,8 @@
 
 #include "shell/service_contract.hpp"
 #include "simulator/json_value.hpp"
+#include "simulator/names.hpp"
 #include "simulator/presets.hpp"
-
-#include <systemd/sd-bus.h>
 
 #include <cerrno>
 #include <fstream>
@@ -45,23 +44,35 @@ std::string read_file(const fs::path& file)
     return content.str();
 }
 
+void refuse_reserved(const JsonPlace& place)
+{
+    if (is_reserved(place.text()))
+    {
+        place.fail("\"" + place.text() + "\" is reserved by the bus");
+    }
+}
+
+/// The path of an object that sends signals.
 std::string object_path_at(const JsonPlace& place)
 {
-    return text_in(value_from_json("o", place));
+    auto path = text_in(value_from_json("o", place));
+    refuse_reserved(place);
+    return path;
 }
 
 std::string interface_name_at(const JsonPlace& place)
 {
-    if (!sd_bus_interface_name_is_valid(place.text().c_str()))
+    if (!is_interface_name(place.text()))
     {
         place.fail("\"" + place.text() + "\" is no valid interface name");
     }
+    refuse_reserved(place);
     return place.text();
 }
 
 std::string member_name_at(const JsonPlace& place)
 {
-    if (!sd_bus_member_name_is_valid(place.text().c_str()))
+    if (!is_member_name(place.text()))
     {
         place.fail("\"" + place.text() + "\" is no valid member name");
     }
@@ -87,6 +98,7 @@ void change_properties(Properties& properties, const JsonPlace& place)
 {
     for (const auto& [name, value] : place.members())
     {
+        check_text(name, value);
         properties.erase(name);
         if (!value.is_null())
         {
@@ -99,7 +111,7 @@ void read_interfaces(Device& device, const JsonPlace& place)
 {
     for (const auto& [name, properties] : place.members())
     {
-        if (!sd_bus_interface_name_is_valid(name.c_str()))
+        if (!is_interface_name(name))
         {
             properties.fail("the name of the interface is not valid");
         }
@@ -255,7 +267,8 @@ Happening remove_at(const JsonPlace& place, const fs::path&)
 Happening set_at(const JsonPlace& place, const fs::path&)
 {
     const auto parts = exactly(3, "[PATH, PROPERTY, [SIGNATURE, VALUE]]", place);
-    return SetProperty{object_path_at(parts[0]), parts[1].text(), typed_value_from_json(parts[2])};
+    return SetProperty{object_path_at(parts[0]), text_in(value_from_json("s", parts[1])),
+                       typed_value_from_json(parts[2])};
 }
 
 Happening signal_at(const JsonPlace& place, const fs::path&)

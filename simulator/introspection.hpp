@@ -11,7 +11,7 @@
 namespace simulator
 {
 
-/// What introspection tells of one object.
+/// What introspection shows of one object.
 struct Node
 {
     std::vector<const Interface*> interfaces;

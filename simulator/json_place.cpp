@@ -31,6 +31,16 @@ std::string range_text(const std::string& number, const std::string& least,
            " to " + greatest + ")";
 }
 
+/// what() ends at the first U+0000.
+std::string printable(std::string text)
+{
+    for (auto zero = text.find('\0'); zero != std::string::npos; zero = text.find('\0', zero))
+    {
+        text.replace(zero, 1, "\\u0000");
+    }
+    return text;
+}
+
 int hex_digit(char digit)
 {
     constexpr std::string_view digits = "0123456789abcdef";
@@ -42,7 +52,7 @@ int hex_digit(char digit)
 } // namespace
 
 PlaceError::PlaceError(const std::string& place, const std::string& what)
-    : std::runtime_error(place.empty() ? what : place + ": " + what)
+    : std::runtime_error(printable(place.empty() ? what : place + ": " + what))
 {}
 
 JsonPlace::JsonPlace(const Json& json, std::string place) : value(json), where(std::move(place)) {}
@@ -231,11 +241,13 @@ try
 }
 catch (const Json::exception& error)
 {
-    // The library writes "[json.exception.parse_error.101] parse error at line 3, column 5: why".
+    // The library writes "[json.exception.parse_error.101] parse error at line 3, column 5: why"
+    // and "[json.exception.out_of_range.406] why".
     const std::string what = error.what();
     const std::string lead = "parse error at ";
-    const auto start = what.find(lead);
-    throw PlaceError({}, start == std::string::npos ? what : what.substr(start + lead.size()));
+    const auto place = what.find(lead);
+    throw PlaceError(
+        {}, what.substr(place == std::string::npos ? what.find("] ") + 2 : place + lead.size()));
 }
 
 } // namespace simulator

@@ -76,7 +76,7 @@ class JsonPlace
 };
 
 /// Parses a JSON text. Throws PlaceError whose place is "line L, column C" for a syntax error.
-/// Shared, because who holds it then need not know what a Json is, which takes long to compile.
+/// A shared pointer, so that its holder compiles without the JSON library.
 std::shared_ptr<const Json> parse_json(std::string_view text);
 
 } // namespace simulator

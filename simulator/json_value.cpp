@@ -1,10 +1,11 @@
 #include "simulator/json_value.hpp"
 
+#include "simulator/names.hpp"
 #include "simulator/signature.hpp"
 
 #include <nlohmann/json.hpp>
-#include <systemd/sd-bus.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace simulator
@@ -16,7 +17,10 @@ namespace
 // A message has at most 128 MiB; more elements or bytes than these can never be sent.
 constexpr std::uint64_t longest_text = 128ULL * 1024 * 1024;
 constexpr std::uint64_t most_elements = 1'000'000;
-constexpr int deepest_variant = 60;
+// The limit for values made by repeats, nested ones included.
+constexpr std::uint64_t most_values = 10'000'000;
+// The bus takes 64 containers within each other; GetManagedObjects puts 7 around a property.
+constexpr int most_containers = 57;
 
 Value read(const std::string& type, const JsonPlace& place, int depth);
 
@@ -46,10 +50,7 @@ Sequence repeated(const Sequence& once, const JsonPlace& place)
 
 std::string plain_text(const JsonPlace& place)
 {
-    if (place.text().find('\0') != std::string::npos)
-    {
-        place.fail("a D-Bus text cannot hold the character U+0000");
-    }
+    check_text(place.text(), place);
     return place.text();
 }
 
@@ -61,7 +62,7 @@ std::string read_text(const JsonPlace& place)
 
 std::string read_path(const JsonPlace& place)
 {
-    if (!sd_bus_object_path_is_valid(plain_text(place).c_str()))
+    if (!is_object_path(plain_text(place)))
     {
         place.fail("\"" + place.text() + "\" is no valid object path");
     }
@@ -128,7 +129,7 @@ std::vector<std::string> inner_types(const std::string& type)
 Value read_element(const std::string& type, const JsonPlace& place, int depth)
 {
     const bool bracketed = type.front() == '{';
-    return bracketed ? Value{type, read_fields(inner_types(type), place, depth)}
+    return bracketed ? Value{type, read_fields(inner_types(type), place, depth + 1)}
                      : read(type, place, depth);
 }
 
@@ -141,18 +142,55 @@ Body read_object_entries(const std::string& type, const JsonPlace& place, int de
     {
         const Json key = name;
         entries.push_back(
-            {type, Body{read(types[0], JsonPlace(key, content.place() + " (key)"), depth),
-                        read(types[1], content, depth)}});
+            {type, Body{read(types[0], JsonPlace(key, content.place() + " (key)"), depth + 1),
+                        read(types[1], content, depth + 1)}});
     }
     return entries;
+}
+
+/// How much a value holds.
+struct Extent
+{
+    std::uint64_t bytes = 8; // for a number, or for a size and padding
+    std::uint64_t values = 1;
+};
+
+Extent extent_of(const Value& value)
+{
+    Extent extent;
+    if (const auto* text = std::get_if<std::string>(&value.content))
+    {
+        extent.bytes += text->size();
+    }
+    else if (const auto* bytes = std::get_if<Bytes>(&value.content))
+    {
+        extent.bytes += bytes->size();
+    }
+    else if (const auto* held = std::get_if<Body>(&value.content))
+    {
+        for (const Value& element : *held)
+        {
+            const Extent more = extent_of(element);
+            extent.bytes += more.bytes;
+            extent.values += more.values;
+        }
+    }
+    return extent;
+}
+
+Body repeated_element(const Value& element, const JsonPlace& place)
+{
+    const Extent extent = extent_of(element);
+    const std::size_t times = times_of(
+        place, std::min({most_elements, longest_text / extent.bytes, most_values / extent.values}));
+    return Body(times, element);
 }
 
 Body read_elements(const std::string& type, const JsonPlace& place, int depth)
 {
     if (is_repeat(place))
     {
-        return Body(times_of(place, most_elements),
-                    read_element(type, place.member("repeat"), depth));
+        return repeated_element(read_element(type, place.member("repeat"), depth), place);
     }
     if (type.front() == '{' && place.is_object())
     {
@@ -172,7 +210,7 @@ Value read_array(const std::string& type, const JsonPlace& place, int depth)
     {
         return bytes_value(read_bytes(place));
     }
-    return {type, read_elements(type.substr(1), place, depth)};
+    return {type, read_elements(type.substr(1), place, depth + 1)};
 }
 
 Value read_typed(const JsonPlace& place, int depth)
@@ -193,10 +231,6 @@ Value read_typed(const JsonPlace& place, int depth)
 
 Value read_variant(const JsonPlace& place, int depth)
 {
-    if (depth == deepest_variant)
-    {
-        place.fail("variants nest too deeply");
-    }
     return variant_value(read_typed(place, depth + 1));
 }
 
@@ -215,6 +249,11 @@ std::int64_t read_signed(char type, const JsonPlace& place)
 
 Value read(const std::string& type, const JsonPlace& place, int depth)
 {
+    if (depth > most_containers)
+    {
+        place.fail("more than " + std::to_string(most_containers) +
+                   " containers within each other");
+    }
     const char kind = type.front();
     switch (kind)
     {
@@ -231,7 +270,7 @@ Value read(const std::string& type, const JsonPlace& place, int depth)
         case 'o': return path_value(read_path(place));
         case 'g': return {type, read_signature(place)};
         case 'v': return read_variant(place, depth);
-        case '(': return {type, read_fields(inner_types(type), place, depth)};
+        case '(': return {type, read_fields(inner_types(type), place, depth + 1)};
         default: return read_array(type, place, depth);
     }
 }
@@ -303,6 +342,15 @@ Body body_from_json(const JsonPlace& place)
         body.push_back(value_from_json(types[i], parts[i + 1]));
     }
     return body;
+}
+
+void check_text(const std::string& text, const JsonPlace& place)
+{
+    const std::string flaw = flaw_in_text(text);
+    if (!flaw.empty())
+    {
+        place.fail("a D-Bus text " + flaw);
+    }
 }
 
 std::vector<std::string> types_at(const JsonPlace& place)

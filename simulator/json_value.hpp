@@ -18,6 +18,9 @@ Value typed_value_from_json(const JsonPlace& place);
 /// A whole message body: [SIGNATURE, VALUE...], one JSON value for each complete type.
 Body body_from_json(const JsonPlace& place);
 
+/// Throws PlaceError when the bus takes no such text, which came with `place`.
+void check_text(const std::string& text, const JsonPlace& place);
+
 /// The complete types of a signature; throws PlaceError instead of std::invalid_argument.
 std::vector<std::string> types_at(const JsonPlace& place);
 

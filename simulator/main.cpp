@@ -2,9 +2,11 @@
 #include "simulator/commands.hpp"
 #include "simulator/event_loop.hpp"
 #include "simulator/fleet.hpp"
+#include "simulator/line_output.hpp"
 #include "simulator/options.hpp"
 #include "simulator/service.hpp"
 
+#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <fcntl.h>
@@ -44,10 +46,11 @@ int simulate(const Options& options)
     Fleet fleet = read_fleet(options.fleet_file);
     EventLoop loop;
     Service service(loop, std::move(fleet), options.bus, options.log_file);
-    Commands commands(service, std::filesystem::path(options.fleet_file).parent_path(),
+    LineOutput output(STDOUT_FILENO, "standard output");
+    Commands commands(service, std::filesystem::path(options.fleet_file).parent_path(), output,
                       [&] { loop.stop(EXIT_SUCCESS); });
     service.start();
-    std::cout << "ready" << std::endl;
+    output.print("ready");
     service.start_events();
     loop.on_input(STDIN_FILENO, [&](std::string_view input) { commands.take(input); });
     return loop.run();
@@ -59,10 +62,11 @@ int main(int argc, char** argv)
 try
 {
     fill_standard_streams();
+    std::signal(SIGPIPE, SIG_IGN); // a reader that goes away is an error of the write
     const Options options = parse_options({argv + 1, argv + argc});
-    if (options.help)
+    if (!options.information.empty())
     {
-        std::cout << usage << std::flush;
+        LineOutput(STDOUT_FILENO, "standard output").print(options.information);
         return EXIT_SUCCESS;
     }
     return simulate(options);

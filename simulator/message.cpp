@@ -100,6 +100,98 @@ void append(sd_bus_message* message, const Value& value)
     std::visit(Appender{message, value.signature}, value.content);
 }
 
+constexpr std::size_t largest_array = 64UL * 1024 * 1024;
+// The header comes on top; path, interface and member have limits of their own.
+constexpr std::size_t largest_body = 2 * largest_array - 64UL * 1024;
+
+std::size_t alignment_of(char type)
+{
+    switch (type)
+    {
+        case 'y':
+        case 'g':
+        case 'v': return 1;
+        case 'n':
+        case 'q': return 2;
+        case 'x':
+        case 't':
+        case 'd':
+        case '(':
+        case '{': return 8;
+        default: return 4;
+    }
+}
+
+std::size_t aligned(std::size_t offset, char type)
+{
+    const std::size_t alignment = alignment_of(type);
+    return (offset + alignment - 1) / alignment * alignment;
+}
+
+std::size_t end_of(const Value& value, std::size_t offset);
+
+/// Where the content ends that begins at `offset`, which is aligned for its type.
+struct EndOf
+{
+    std::size_t offset;
+    const std::string& signature;
+
+    std::size_t operator()(const std::string& content) const
+    {
+        const std::size_t length = signature == "g" ? 1 : 4;
+        return offset + length + content.size() + 1;
+    }
+
+    std::size_t operator()(const Bytes& content) const
+    {
+        return end_of_array(offset + 4, offset + 4 + content.size());
+    }
+
+    std::size_t operator()(const Body& content) const
+    {
+        switch (signature.front())
+        {
+            case 'v': return end_of(content.front(), offset + content.front().signature.size() + 2);
+            case 'a':
+            {
+                const std::size_t start = aligned(offset + 4, signature[1]);
+                return end_of_array(start, end_of_all(content, start));
+            }
+            default: return end_of_all(content, offset);
+        }
+    }
+
+    /// A number: its alignment is its size.
+    std::size_t operator()(auto) const
+    {
+        return offset + alignment_of(signature.front());
+    }
+
+    static std::size_t end_of_all(std::span<const Value> values, std::size_t offset)
+    {
+        for (const Value& value : values)
+        {
+            offset = end_of(value, offset);
+        }
+        return offset;
+    }
+
+    static std::size_t end_of_array(std::size_t start, std::size_t end)
+    {
+        if (end - start > largest_array)
+        {
+            throw BusFailure("an array is larger than the 64 MiB that a bus takes");
+        }
+        return end;
+    }
+};
+
+std::size_t end_of(const Value& value, std::size_t offset)
+{
+    return std::visit(EndOf{aligned(offset, value.signature.front()), value.signature},
+                      value.content);
+}
+
 template <typename Content>
 Content read_basic(sd_bus_message* message, char type)
 {
@@ -198,6 +290,16 @@ std::string text_or_empty(const char* text)
 }
 
 } // namespace
+
+std::size_t body_size(std::span<const Value> values)
+{
+    const std::size_t size = EndOf::end_of_all(values, 0);
+    if (size > largest_body)
+    {
+        throw BusFailure("the message is larger than the 128 MiB that a bus takes");
+    }
+    return size;
+}
 
 void append_values(sd_bus_message* message, std::span<const Value> values)
 {

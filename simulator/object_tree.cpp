@@ -59,7 +59,7 @@ ErrorReply wrong_arguments(const std::string& member, const std::string& given,
                                              "(), expecting '" + wanted + "'.");
 }
 
-/// Adds the element of `below` that follows `prefix`, if it lies below.
+/// Adds the path element after `prefix`, if the path `below` has one.
 void add_child(std::set<std::string>& children, const std::string& prefix, const std::string& below)
 {
     if (below.starts_with(prefix) && below.size() > prefix.size())
@@ -69,8 +69,8 @@ void add_child(std::set<std::string>& children, const std::string& prefix, const
     }
 }
 
-/// Whether the property sets of `node` count for a call that names `interface`; an empty name stands
-/// for all of them.
+/// Whether a call that names `interface` is for the interface `name`. A call that names none is for
+/// all.
 bool is_meant(const std::string& interface, const std::string& name)
 {
     return interface.empty() || interface == name;
@@ -159,7 +159,7 @@ std::set<std::string> ObjectTree::children_of(const std::string& path) const
     return children;
 }
 
-/// A node without interfaces and children is no object.
+/// Without interfaces when there is no object at this path.
 Node ObjectTree::node_at(const std::string& path) const
 {
     Node node;

@@ -25,8 +25,8 @@ class ObjectTree
     /// bus library's to answer, not this tree's.
     std::variant<const Method*, ErrorReply> resolve(const Call& call) const;
 
-    /// The built-in answer to a call that `resolve` found a method for. The object may have gone in
-    /// the meantime.
+    /// The built-in answer to a call that `resolve` found a method for. A delayed answer may find the
+    /// object removed.
     Answer answer(const Call& call);
 
     /// Adds a device, or replaces the one at its path.

@@ -1,107 +1,85 @@
 #include "simulator/options.hpp"
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
 namespace simulator
 {
-
-const char* const usage =
-    "Usage: spdm-simulator [--system | --session | --address ADDRESS] [--log FILE] FLEET.json\n"
-    "\n"
-    "Stands in for the SPDM service on a D-Bus, with the devices that FLEET.json describes.\n"
-    "Prints \"ready\" when it can be called, then takes commands on standard input (try: help).\n"
-    "\n"
-    "  --system           connect to the system bus, or to DBUS_SYSTEM_BUS_ADDRESS (default)\n"
-    "  --session          connect to the session bus\n"
-    "  --address ADDRESS  connect to the bus at this D-Bus address\n"
-    "  --log FILE         append a line to FILE for each method call received\n"
-    "  --help             print this text\n";
 
 namespace
 {
 
-/// Takes the words one after the other.
-class Words
+constexpr const char* description =
+    "Stands in for the SPDM service on a D-Bus, with the devices that FLEET.json describes.\n"
+    "Prints \"ready\" when it can be called, then takes commands on standard input (try: help).";
+
+/// Each bus takes effect as it is read, so the last one counts.
+void add_bus_options(CLI::App& app, BusChoice& bus)
 {
-  public:
-    explicit Words(const std::vector<std::string>& words) : words(words) {}
-
-    bool at_end() const
-    {
-        return position == words.size();
-    }
-
-    const std::string& next()
-    {
-        return words[position++];
-    }
-
-    const std::string& value_of(const std::string& option)
-    {
-        if (at_end())
-        {
-            throw OptionError(option + " needs a value");
-        }
-        return next();
-    }
-
-  private:
-    const std::vector<std::string>& words;
-    std::size_t position = 0;
-};
-
-void take_file(Options& options, const std::string& word)
-{
-    if (word.starts_with("-"))
-    {
-        throw OptionError("unknown option " + word);
-    }
-    if (!options.fleet_file.empty())
-    {
-        throw OptionError("more than one fleet file: " + options.fleet_file + " and " + word);
-    }
-    options.fleet_file = word;
+    using Kind = BusChoice::Kind;
+    const auto choose = [&bus](Kind kind) { return [&bus, kind] { bus = {kind}; }; };
+    app.add_flag_callback("--system", choose(Kind::system),
+                          "Connect to the system bus, or to DBUS_SYSTEM_BUS_ADDRESS (default)")
+        ->trigger_on_parse();
+    app.add_flag_callback("--session", choose(Kind::session), "Connect to the session bus")
+        ->trigger_on_parse();
+    app.add_option_function<std::string>(
+           "--address",
+           [&bus](const std::string& address) {
+               bus = {Kind::address, address};
+           },
+           "Connect to the bus at this D-Bus address")
+        ->type_name("ADDRESS")
+        ->take_last()
+        ->trigger_on_parse();
 }
 
-void take_word(Options& options, const std::string& word, Words& words)
+/// The library asks for the file first, also when an option is misspelt.
+std::string complaint(const CLI::App& app, const Options& options, const CLI::ParseError& error)
 {
-    if (word == "--help")
+    const auto unexpected = app.remaining();
+    if (unexpected.empty())
     {
-        options.help = true;
+        return error.what();
     }
-    else if (word == "--system")
-    {
-        options.bus = {BusChoice::Kind::system};
-    }
-    else if (word == "--session")
-    {
-        options.bus = {BusChoice::Kind::session};
-    }
-    else if (word == "--address")
-    {
-        options.bus = {BusChoice::Kind::address, words.value_of(word)};
-    }
-    else if (word == "--log")
-    {
-        options.log_file = words.value_of(word);
-    }
-    else
-    {
-        take_file(options, word);
-    }
+    const std::string& word = unexpected.front();
+    return word.starts_with("-")
+               ? "unknown option " + word
+               : "more than one fleet file: " + options.fleet_file + " and " + word;
 }
 
 } // namespace
 
-Options parse_options(const std::vector<std::string>& words)
+Options parse_options(std::vector<std::string> words)
 {
     Options options;
-    Words rest(words);
-    while (!rest.at_end())
+    CLI::App app(description, "spdm-simulator");
+    add_bus_options(app, options.bus);
+    app.add_option("--log", options.log_file, "Append a line to FILE for each method call received")
+        ->type_name("FILE")
+        ->take_last();
+    app.add_option("FLEET.json", options.fleet_file, "The devices, and what they do")
+        ->type_name("")
+        ->required();
+    app.set_help_flag("-h,--help", "Print this text");
+    app.set_version_flag("--version", "spdm-simulator " PROJECT_VERSION, "Print the version");
+    try
     {
-        take_word(options, rest.next(), rest);
+        std::reverse(words.begin(), words.end()); // as the library wants them
+        app.parse(words);
     }
-    if (options.fleet_file.empty() && !options.help)
+    catch (const CLI::CallForHelp&)
     {
-        throw OptionError("no fleet file is named");
+        options.information = app.help();
+        options.information.erase(options.information.find_last_not_of('\n') + 1);
+    }
+    catch (const CLI::CallForVersion& version)
+    {
+        options.information = version.what();
+    }
+    catch (const CLI::ParseError& error)
+    {
+        throw OptionError(complaint(app, options, error));
     }
     return options;
 }

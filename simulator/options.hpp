@@ -28,7 +28,8 @@ struct Options
     /// Empty when no calls are to be logged.
     std::string log_file;
     std::string fleet_file;
-    bool help = false;
+    /// What was asked for instead of a simulator: the options or the version.
+    std::string information;
 };
 
 /// Says what is wrong with the command line.
@@ -37,9 +38,7 @@ class OptionError : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-extern const char* const usage;
-
 /// Reads the words after the program's name; throws OptionError.
-Options parse_options(const std::vector<std::string>& words);
+Options parse_options(std::vector<std::string> words);
 
 } // namespace simulator

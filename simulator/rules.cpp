@@ -1,8 +1,7 @@
 #include "simulator/rules.hpp"
 
 #include "simulator/json_value.hpp"
-
-#include <systemd/sd-bus.h>
+#include "simulator/names.hpp"
 
 #include <algorithm>
 
@@ -71,8 +70,7 @@ Action error_action(const JsonPlace& place)
     {
         place.fail("[ERROR NAME, MESSAGE] is expected");
     }
-    // The rules for error names are those for interface names.
-    if (!sd_bus_interface_name_is_valid(parts[0].text().c_str()))
+    if (!is_error_name(parts[0].text()))
     {
         parts[0].fail("\"" + parts[0].text() + "\" is no valid error name");
     }

@@ -1,11 +1,15 @@
 #include "simulator/signing.hpp"
 
-#include "simulator/openssl_tool.hpp"
-
 #include <algorithm>
 #include <iostream>
 #include <map>
-#include <span>
+#include <memory>
+#include <openssl/ecdsa.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rsa.h>
+#include <stdexcept>
 
 namespace simulator
 {
@@ -16,21 +20,21 @@ namespace
 using Scheme = SigningAlgorithm::Scheme;
 
 constexpr SigningAlgorithm algorithms[] = {
-    {"TPM_ALG_ECDSA_ECC_NIST_P256", Scheme::ecdsa, 64, "EC", "ec_paramgen_curve:P-256"},
-    {"TPM_ALG_ECDSA_ECC_NIST_P384", Scheme::ecdsa, 96, "EC", "ec_paramgen_curve:P-384"},
-    {"TPM_ALG_ECDSA_ECC_NIST_P521", Scheme::ecdsa, 132, "EC", "ec_paramgen_curve:P-521"},
-    {"ECDSA-P256", Scheme::ecdsa, 64, "EC", "ec_paramgen_curve:P-256"},
-    {"ECDSA-P384", Scheme::ecdsa, 96, "EC", "ec_paramgen_curve:P-384"},
-    {"ECDSA-P521", Scheme::ecdsa, 132, "EC", "ec_paramgen_curve:P-521"},
-    {"TPM_ALG_RSASSA_2048", Scheme::rsa_pkcs1, 256, "RSA", "rsa_keygen_bits:2048"},
-    {"TPM_ALG_RSASSA_3072", Scheme::rsa_pkcs1, 384, "RSA", "rsa_keygen_bits:3072"},
-    {"TPM_ALG_RSASSA_4096", Scheme::rsa_pkcs1, 512, "RSA", "rsa_keygen_bits:4096"},
-    {"RSA-2048", Scheme::rsa_pkcs1, 256, "RSA", "rsa_keygen_bits:2048"},
-    {"RSA-3072", Scheme::rsa_pkcs1, 384, "RSA", "rsa_keygen_bits:3072"},
-    {"RSA-4096", Scheme::rsa_pkcs1, 512, "RSA", "rsa_keygen_bits:4096"},
-    {"TPM_ALG_RSAPSS_2048", Scheme::rsa_pss, 256, "RSA", "rsa_keygen_bits:2048"},
-    {"TPM_ALG_RSAPSS_3072", Scheme::rsa_pss, 384, "RSA", "rsa_keygen_bits:3072"},
-    {"TPM_ALG_RSAPSS_4096", Scheme::rsa_pss, 512, "RSA", "rsa_keygen_bits:4096"},
+    {"TPM_ALG_ECDSA_ECC_NIST_P256", Scheme::ecdsa, 64, "EC", "P-256"},
+    {"TPM_ALG_ECDSA_ECC_NIST_P384", Scheme::ecdsa, 96, "EC", "P-384"},
+    {"TPM_ALG_ECDSA_ECC_NIST_P521", Scheme::ecdsa, 132, "EC", "P-521"},
+    {"ECDSA-P256", Scheme::ecdsa, 64, "EC", "P-256"},
+    {"ECDSA-P384", Scheme::ecdsa, 96, "EC", "P-384"},
+    {"ECDSA-P521", Scheme::ecdsa, 132, "EC", "P-521"},
+    {"TPM_ALG_RSASSA_2048", Scheme::rsa_pkcs1, 256, "RSA", ""},
+    {"TPM_ALG_RSASSA_3072", Scheme::rsa_pkcs1, 384, "RSA", ""},
+    {"TPM_ALG_RSASSA_4096", Scheme::rsa_pkcs1, 512, "RSA", ""},
+    {"RSA-2048", Scheme::rsa_pkcs1, 256, "RSA", ""},
+    {"RSA-3072", Scheme::rsa_pkcs1, 384, "RSA", ""},
+    {"RSA-4096", Scheme::rsa_pkcs1, 512, "RSA", ""},
+    {"TPM_ALG_RSAPSS_2048", Scheme::rsa_pss, 256, "RSA", ""},
+    {"TPM_ALG_RSAPSS_3072", Scheme::rsa_pss, 384, "RSA", ""},
+    {"TPM_ALG_RSAPSS_4096", Scheme::rsa_pss, 512, "RSA", ""},
     {"ED25519", Scheme::eddsa, 64, "ED25519", ""},
     {"ED448", Scheme::eddsa, 114, "ED448", ""},
 };
@@ -53,105 +57,140 @@ constexpr Digest digests[] = {
     {"SHA-512", "sha512"},
 };
 
-std::string generated_key(const SigningAlgorithm& algorithm)
+/// Calls the library's function that releases an object.
+template <auto release>
+struct Releasing
 {
-    std::vector<std::string> command{"genpkey", "-algorithm", std::string(algorithm.key_type)};
-    if (!algorithm.key_option.empty())
+    void operator()(auto* object) const
     {
-        command.insert(command.end(), {"-pkeyopt", std::string(algorithm.key_option)});
+        release(object);
     }
-    const Bytes pem = run_openssl(command, {}, {}).value_or(Bytes{});
-    return {pem.begin(), pem.end()};
+};
+
+using Key = std::unique_ptr<EVP_PKEY, Releasing<EVP_PKEY_free>>;
+using Context = std::unique_ptr<EVP_MD_CTX, Releasing<EVP_MD_CTX_free>>;
+using NumberPair = std::unique_ptr<ECDSA_SIG, Releasing<ECDSA_SIG_free>>;
+using Memory = std::unique_ptr<BIO, Releasing<BIO_free>>;
+
+/// Throws what the library says of the step that failed.
+[[noreturn]] void fail(const std::string& step)
+{
+    const char* reason = ERR_reason_error_string(ERR_peek_last_error());
+    ERR_clear_error();
+    throw std::runtime_error(step + (reason == nullptr ? "" : std::string(": ") + reason));
 }
 
-const std::string& key_of(const Signing& signing)
+Key generated_key(const SigningAlgorithm& algorithm)
 {
-    static std::map<std::string_view, std::string> made;
-    if (!signing.key.empty())
+    const std::string type(algorithm.key_type);
+    Key key;
+    switch (algorithm.scheme)
     {
-        return signing.key;
+        case Scheme::ecdsa:
+            key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, type.c_str(), algorithm.curve.data()));
+            break;
+        case Scheme::eddsa: key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, type.c_str())); break;
+        default:
+            key.reset(EVP_PKEY_Q_keygen(nullptr, nullptr, type.c_str(), 8 * algorithm.bytes));
+            break;
     }
-    std::string& key = made[signing.algorithm->name];
-    if (key.empty())
+    if (!key)
     {
-        key = generated_key(*signing.algorithm);
+        fail("no key can be made");
     }
     return key;
 }
 
-std::vector<std::string> sign_command(const Signing& signing)
+/// The size of a signature with this key, the numbers of an ECDSA signature in full width.
+std::size_t signature_size(EVP_PKEY* key, Scheme scheme)
 {
-    if (signing.algorithm->scheme == Scheme::eddsa)
-    {
-        return {"pkeyutl",        "-sign", "-rawin",          "-inkey",
-                openssl_key_path, "-in",   openssl_input_path};
-    }
-    std::vector<std::string> command{"dgst", std::string("-").append(digest_name(signing.hashing)),
-                                     "-sign", openssl_key_path};
-    if (signing.algorithm->scheme == Scheme::rsa_pss)
-    {
-        command.insert(command.end(),
-                       {"-sigopt", "rsa_padding_mode:pss", "-sigopt", "rsa_pss_saltlen:digest"});
-    }
-    return command;
+    const int bytes =
+        scheme == Scheme::ecdsa ? (EVP_PKEY_get_bits(key) + 7) / 8 * 2 : EVP_PKEY_get_size(key);
+    return static_cast<std::size_t>(bytes);
 }
 
-/// Reads DER elements one after the other.
-class DerReader
+Key key_from_pem(const std::string& pem, const SigningAlgorithm& algorithm)
 {
-  public:
-    explicit DerReader(std::span<const std::uint8_t> rest) : rest(rest) {}
-
-    bool at_end() const
+    const Memory text(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+    // A passphrase is not asked for.
+    const auto no_passphrase = [](char*, int, int, void*) { return -1; };
+    Key key(PEM_read_bio_PrivateKey(text.get(), nullptr, no_passphrase, nullptr));
+    if (!key)
     {
-        return rest.empty();
+        fail("the key cannot be read");
     }
-
-    /// The content of the next element if it has this tag.
-    std::optional<std::span<const std::uint8_t>> take(std::uint8_t tag)
+    if (EVP_PKEY_is_a(key.get(), algorithm.key_type.data()) != 1 ||
+        signature_size(key.get(), algorithm.scheme) != algorithm.bytes)
     {
-        if (rest.size() < 2 || rest[0] != tag)
-        {
-            return std::nullopt;
-        }
-        std::size_t length = rest[1];
-        std::size_t header = 2;
-        if (length == one_length_byte_follows && rest.size() > 2)
-        {
-            length = rest[2];
-            header = 3;
-        }
-        else if (length >= one_length_byte_follows - 1)
-        {
-            return std::nullopt;
-        }
-        if (rest.size() - header < length)
-        {
-            return std::nullopt;
-        }
-        const auto content = rest.subspan(header, length);
-        rest = rest.subspan(header + length);
-        return content;
+        throw std::runtime_error("the key is for another algorithm");
     }
+    return key;
+}
 
-  private:
-    static constexpr std::size_t one_length_byte_follows = 0x81;
-
-    std::span<const std::uint8_t> rest;
-};
-
-bool append_integer(Bytes& raw, std::span<const std::uint8_t> integer, std::size_t width)
+/// Every key is kept until the program ends.
+EVP_PKEY* key_of(const Signing& signing)
 {
-    const auto first =
-        std::find_if(integer.begin(), integer.end(), [](std::uint8_t byte) { return byte != 0; });
-    const auto digits = static_cast<std::size_t>(integer.end() - first);
-    if (integer.empty() || digits > width)
+    static std::map<std::pair<std::string_view, std::string>, Key> keys;
+    const SigningAlgorithm& algorithm = *signing.algorithm;
+    Key& key = keys[{algorithm.name, signing.key}];
+    if (!key)
     {
-        return false;
+        key = signing.key.empty() ? generated_key(algorithm) : key_from_pem(signing.key, algorithm);
     }
-    raw.insert(raw.end(), width - digits, 0);
-    raw.insert(raw.end(), first, integer.end());
-    return true;
+    return key.get();
+}
+
+void start(EVP_MD_CTX* context, const Signing& signing)
+{
+    const Scheme scheme = signing.algorithm->scheme;
+    const std::string digest(digest_name(signing.hashing));
+    EVP_PKEY_CTX* settings = nullptr; // the context's
+    bool started = EVP_DigestSignInit_ex(context, &settings,
+                                         scheme == Scheme::eddsa ? nullptr : digest.c_str(),
+                                         nullptr, nullptr, key_of(signing), nullptr) == 1;
+    if (started && scheme == Scheme::rsa_pss)
+    {
+        started = EVP_PKEY_CTX_set_rsa_padding(settings, RSA_PKCS1_PSS_PADDING) == 1 &&
+                  EVP_PKEY_CTX_set_rsa_pss_saltlen(settings, RSA_PSS_SALTLEN_DIGEST) == 1;
+    }
+    if (!started)
+    {
+        fail("signing cannot start");
+    }
+}
+
+Bytes library_signature(const Signing& signing, const Bytes& data)
+{
+    const Context context(EVP_MD_CTX_new());
+    start(context.get(), signing);
+    std::size_t size = 0;
+    Bytes signature;
+    if (EVP_DigestSign(context.get(), nullptr, &size, data.data(), data.size()) == 1)
+    {
+        signature.resize(size);
+    }
+    if (signature.empty() ||
+        EVP_DigestSign(context.get(), signature.data(), &size, data.data(), data.size()) != 1)
+    {
+        fail("signing failed");
+    }
+    signature.resize(size);
+    return signature;
+}
+
+/// An ECDSA signature as its numbers r and s of `width` bytes each, most significant byte first.
+Bytes raw_numbers(const Bytes& der, std::size_t width)
+{
+    const unsigned char* next = der.data();
+    const NumberPair pair(d2i_ECDSA_SIG(nullptr, &next, static_cast<long>(der.size())));
+    Bytes raw(2 * width);
+    const int bytes = static_cast<int>(width);
+    if (!pair || BN_bn2binpad(ECDSA_SIG_get0_r(pair.get()), raw.data(), bytes) != bytes ||
+        BN_bn2binpad(ECDSA_SIG_get0_s(pair.get()), raw.data() + width, bytes) != bytes)
+    {
+        fail("the signature is no pair of numbers");
+    }
+    return raw;
 }
 
 } // namespace
@@ -182,42 +221,18 @@ std::string_view digest_name(std::string_view hashing_algorithm)
 }
 
 std::optional<Bytes> sign(const Signing& signing, const Bytes& data)
+try
 {
     const SigningAlgorithm& algorithm = *signing.algorithm;
-    auto signature = run_openssl(sign_command(signing), data, key_of(signing));
-    if (signature && algorithm.scheme == Scheme::ecdsa)
-    {
-        signature = raw_from_der(*signature, algorithm.bytes / 2);
-    }
-    if (!signature || signature->size() != algorithm.bytes)
-    {
-        std::cerr << "spdm-simulator: no " << algorithm.name
-                  << " signature: the tool failed or the key is for another algorithm" << std::endl;
-        return std::nullopt;
-    }
-    return signature;
+    const Bytes signature = library_signature(signing, data);
+    return algorithm.scheme == Scheme::ecdsa ? raw_numbers(signature, algorithm.bytes / 2)
+                                             : signature;
 }
-
-std::optional<Bytes> raw_from_der(const Bytes& der, std::size_t width)
+catch (const std::runtime_error& error)
 {
-    constexpr std::uint8_t sequence_tag = 0x30;
-    constexpr std::uint8_t integer_tag = 0x02;
-    DerReader outer(der);
-    const auto sequence = outer.take(sequence_tag);
-    if (!sequence || !outer.at_end())
-    {
-        return std::nullopt;
-    }
-    DerReader inner(*sequence);
-    const auto r = inner.take(integer_tag);
-    const auto s = inner.take(integer_tag);
-    Bytes raw;
-    if (!r || !s || !inner.at_end() || !append_integer(raw, *r, width) ||
-        !append_integer(raw, *s, width))
-    {
-        return std::nullopt;
-    }
-    return raw;
+    std::cerr << "spdm-simulator: no " << signing.algorithm->name << " signature: " << error.what()
+              << std::endl;
+    return std::nullopt;
 }
 
 } // namespace simulator

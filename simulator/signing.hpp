@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace simulator
 {
@@ -26,9 +25,9 @@ struct SigningAlgorithm
     Scheme scheme;
     /// The size of a signature.
     std::size_t bytes;
-    /// What `openssl genpkey` needs to make a key for it.
+    /// The names of the key type and of the curve, if any, as libcrypto spells them.
     std::string_view key_type;
-    std::string_view key_option;
+    std::string_view curve;
 };
 
 /// The algorithm of this name, null when the simulator cannot sign with it.
@@ -37,8 +36,8 @@ const SigningAlgorithm* find_signing_algorithm(std::string_view name);
 /// The names that `find_signing_algorithm` knows, separated by ", ".
 std::string signing_algorithm_names();
 
-/// The digest's name as the openssl tool spells it; empty for a hashing algorithm that the simulator
-/// does not know.
+/// The digest's name as libcrypto spells it; empty for a hashing algorithm that the simulator does not
+/// know.
 std::string_view digest_name(std::string_view hashing_algorithm);
 
 /// What a device signs with, and what it says about that.
@@ -54,9 +53,5 @@ struct Signing
 
 /// A signature over `data`. When it cannot be made, says why on standard error and returns nothing.
 std::optional<Bytes> sign(const Signing& signing, const Bytes& data);
-
-/// Converts an ECDSA signature from DER (a sequence of the two integers r and s) to the numbers r
-/// and s of `width` bytes each, most significant byte first. Nothing for any other input.
-std::optional<Bytes> raw_from_der(const Bytes& der, std::size_t width);
 
 } // namespace simulator

@@ -3,6 +3,7 @@
 #include "operations/certificates.hpp"
 #include "operations/properties.hpp"
 #include "shell/device_table.hpp"
+#include "shell/discovery.hpp"
 #include "suites/measurement_categories.hpp"
 #include "suites/results_table.hpp"
 #include "suites/service_availability.hpp"
@@ -65,12 +66,7 @@ void print_done()
 /// Empty when the property is absent or holds no text.
 std::string text_property(const PropertyMap& properties, const char* name)
 {
-    const auto property = properties.find(name);
-    if (property == properties.end())
-    {
-        return {};
-    }
-    const auto* text = std::get_if<std::string>(&property->second);
+    const auto* text = std::get_if<std::string>(find_property(properties, name));
     return text == nullptr ? std::string{} : *text;
 }
 

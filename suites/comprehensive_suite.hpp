@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 /// Asks the operator on which device, or on all, to run the suite, and runs it where the service
 /// answers for the device.

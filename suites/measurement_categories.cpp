@@ -3,7 +3,6 @@
 #include "operations/device_operation.hpp"
 #include "operations/nonce.hpp"
 #include "suites/measurement_test_cases.hpp"
-#include "suites/slot_discovery.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -12,9 +11,6 @@
 
 namespace
 {
-
-constexpr bool lowercase = true;
-constexpr bool uppercase = false;
 
 bool contains(const SlotList& slots, std::uint16_t slot)
 {
@@ -56,9 +52,8 @@ void print_summary(const char* heading, const CategoryResult& result)
 }
 
 /// The lowest slot that the device does not support, 8 when it supports all.
-std::uint16_t find_unsupported_slot(Eid eid)
+std::uint16_t find_unsupported_slot(const SlotList& slots)
 {
-    const auto slots = get_supported_slots(eid);
     for (std::uint16_t slot = 0; slot < slot_count; ++slot)
     {
         if (!contains(slots, slot))
@@ -119,17 +114,18 @@ CategoryResult run_signed_measurement_tests(Eid eid)
     std::cout << "\n=== Testing Signed Measurements with 32-byte Random Nonce (Uppercase Hex) ==="
               << std::endl;
     test_each_slot(slots, result, [eid](auto slot) {
-        return test_signed_measurement(eid, {1}, slot, generate_nonce(uppercase));
+        return test_signed_measurement(eid, {1}, slot, generate_nonce(HexCase::upper));
     });
     std::cout
         << "\n=== Testing Multiple Indices Signed Measurements with 32-byte Random Nonce (Lowercase Hex) ==="
         << std::endl;
     test_each_slot(slots, result, [eid](auto slot) {
-        return test_signed_measurement(eid, {1, 2, 3}, slot, generate_nonce(lowercase));
+        return test_signed_measurement(eid, {1, 2, 3}, slot, generate_nonce(HexCase::lower));
     });
     std::cout << "\n=== Testing All Signed Measurements with 32-byte Random Nonce ===" << std::endl;
     test_each_slot(slots, result, [eid](auto slot) {
-        return test_signed_measurement(eid, {all_measurements}, slot, generate_nonce(uppercase));
+        return test_signed_measurement(eid, {all_measurements}, slot,
+                                       generate_nonce(HexCase::upper));
     });
 
     print_summary("\n=== SIGNED MEASUREMENT TEST SUMMARY ===", result);
@@ -138,10 +134,15 @@ CategoryResult run_signed_measurement_tests(Eid eid)
 
 CategoryResult run_failure_tests(Eid eid)
 {
+    return run_failure_tests(eid, get_supported_slots);
+}
+
+CategoryResult run_failure_tests(Eid eid, SlotList (*supported_slots)(Eid))
+{
     std::cout << "\n********** MEASUREMENT FAILURE TESTS **********" << std::endl;
-    const auto slots = get_supported_slots(eid);
+    const auto slots = supported_slots(eid);
     const std::uint16_t valid_slot = slots.empty() ? 0 : slots.front();
-    const auto unsupported_slot = find_unsupported_slot(eid);
+    const auto unsupported_slot = find_unsupported_slot(supported_slots(eid));
 
     CategoryResult result;
     std::cout << "\n=== Testing Invalid Measurement Indices ===" << std::endl;
@@ -154,8 +155,8 @@ CategoryResult run_failure_tests(Eid eid)
     result.count(test_invalid_slot(eid, unsupported_slot) != success);
     for (const auto slot : SlotList{8, 15, 255})
     {
-        // Asked afresh for each slot: the repeated report belongs to the transcript.
-        if (contains(get_supported_slots(eid), slot))
+        // Read again for each slot: the repeated lines are required output.
+        if (contains(supported_slots(eid), slot))
         {
             std::cout << "ℹ INFO: Skipping slot " << slot << " as it is actually supported"
                       << std::endl;
@@ -195,8 +196,8 @@ CategoryResult run_stress_tests(Eid eid)
     for (int repetition = 0; repetition < 5; ++repetition)
     {
         result.count(test_single_index(eid, 1, stress_slot) == success);
-        result.count(test_signed_measurement(eid, {1}, stress_slot, generate_nonce(uppercase)) ==
-                     success);
+        result.count(test_signed_measurement(eid, {1}, stress_slot,
+                                             generate_nonce(HexCase::upper)) == success);
     }
     std::cout << "\n=== Different Supported Slot Stress Test ===" << std::endl;
     for (const auto slot : slots)

@@ -8,7 +8,7 @@
 namespace
 {
 
-/// Prints the line that goes with the result, and returns the result.
+/// Prints the line for `result`, and returns `result`.
 int judge(int result, const std::string& when_succeeded, const std::string& when_failed)
 {
     std::cout << (result == success ? when_succeeded : when_failed) << std::endl;

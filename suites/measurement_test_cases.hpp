@@ -1,7 +1,7 @@
 #pragma once
 
 #include "operations/measurements.hpp"
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <cstdint>
 #include <string>
@@ -15,7 +15,7 @@ int test_multiple_indices(Eid eid, const MeasurementIndices& indices, std::uint1
 int test_all_measurements(Eid eid, std::uint16_t slot);
 int test_invalid_index(Eid eid, std::uint16_t index, std::uint16_t slot);
 
-/// Asks for measurement 1.
+/// Fetches measurement 1.
 int test_invalid_slot(Eid eid, std::uint16_t slot);
 
 int test_signed_measurement(Eid eid, const MeasurementIndices& indices, std::uint16_t slot,

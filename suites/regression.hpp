@@ -1,5 +1,5 @@
 #pragma once
 
-/// Runs every device operation once on every known device, in the order of their EIDs, whatever the
-/// outcomes. Prints nothing of its own when no device is known.
+/// Calls each device method once on every known device, in the order of their EIDs, whatever the
+/// outcomes.
 void run_regression();

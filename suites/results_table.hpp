@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 #include "suites/category_result.hpp"
 
 #include <map>
@@ -10,7 +10,7 @@
 /// What the categories counted, by name; the table lists them in this order.
 using CategoryResults = std::map<std::string, CategoryResult>;
 
-/// What a device says of itself; empty where it does not.
+/// Texts that a device reports; empty without them.
 struct DeviceDescriptor
 {
     std::string xmid;
@@ -18,7 +18,7 @@ struct DeviceDescriptor
 };
 
 /// Prints the table with a grade for each category and overall, the execution details and the
-/// verdict. Column widths count bytes, so rows whose grades carry wider signs look narrower. Leaves
-/// the stream's format as it was.
+/// verdict. Column widths count bytes, so rows whose grades have multi-byte characters look narrower.
+/// Restores the stream's format.
 void print_results(std::ostream& out, Eid eid, const DeviceDescriptor& device,
                    const CategoryResults& results);

@@ -1,7 +1,8 @@
 #include "suites/service_availability.hpp"
 
-#include "operations/measurement_operation.hpp"
+#include "operations/bus_error_details.hpp"
 #include "operations/properties.hpp"
+#include "shell/discovery.hpp"
 #include "shell/method_call.hpp"
 #include "shell/service_contract.hpp"
 
@@ -25,7 +26,7 @@ bool read_name_has_owner()
     return owned;
 }
 
-/// Says which of device and service is missing.
+/// Prints whether the device or the service is missing.
 void print_name_owner()
 try
 {
@@ -46,10 +47,9 @@ catch (const std::exception&)
 /// Raises `std::bad_variant_access`, with nothing printed, when the property is no bool.
 void print_support(const PropertyMap& properties, const char* name, const char* label)
 {
-    const auto property = properties.find(name);
-    if (property != properties.end())
+    if (const auto* property = find_property(properties, name))
     {
-        const bool supported = std::get<bool>(property->second);
+        const bool supported = std::get<bool>(*property);
         std::cout << label << (supported ? "YES" : "NO") << std::endl;
     }
 }
@@ -57,10 +57,9 @@ void print_support(const PropertyMap& properties, const char* name, const char* 
 /// Raises `std::bad_variant_access`, with nothing printed, when the property is no 32-bit number.
 void print_challenge_status(const PropertyMap& properties)
 {
-    const auto property = properties.find("ChallengeStatus");
-    if (property != properties.end())
+    if (const auto* property = find_property(properties, "ChallengeStatus"))
     {
-        const auto status = std::get<std::uint32_t>(property->second);
+        const auto status = std::get<std::uint32_t>(*property);
         std::cout << "ℹ INFO: Device challenge status: " << status << std::endl;
     }
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
-/// Asks whether the service answers for the device, and prints what it says. Returns 1 when it does,
-/// 0 otherwise; then it has printed which of device and service seems to be missing.
+/// Reads the device's properties and prints whether the service answers. Returns 1 when it does;
+/// otherwise prints whether the device or the service seems to be missing, and returns 0.
 int check_service_availability(Eid eid);

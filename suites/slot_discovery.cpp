@@ -12,12 +12,8 @@ namespace
 
 bool is_supported(const PropertyMap& properties, std::uint16_t slot)
 {
-    const auto property = properties.find("CertificateSlot" + std::to_string(slot));
-    if (property == properties.end())
-    {
-        return false;
-    }
-    const auto* supported = std::get_if<bool>(&property->second);
+    const auto* supported =
+        std::get_if<bool>(find_property(properties, "CertificateSlot" + std::to_string(slot)));
     return supported != nullptr && *supported;
 }
 

@@ -1,16 +1,16 @@
 #pragma once
 
-#include "shell/discovery.hpp"
+#include "shell/eid.hpp"
 
 #include <cstdint>
 #include <vector>
 
-/// A device has so many certificate slots.
+/// Certificate slots per device.
 constexpr std::uint16_t slot_count = 8;
 
 /// Certificate slot numbers, ascending, each of 0..7.
 using SlotList = std::vector<std::uint16_t>;
 
-/// Asks the device which certificate slots it supports, and prints them. Empty when there are none
-/// and when the device cannot be asked.
+/// Reads and prints which certificate slots the device supports. Empty when there are none, or after an
+/// error.
 SlotList get_supported_slots(Eid eid);

@@ -3,7 +3,6 @@
 opens a connection, and what it sends on it. Called as: FILE CLIENT SIMULATOR"""
 
 import difflib
-import json
 import re
 import sys
 
@@ -49,7 +48,7 @@ DESTINATIONS = {"Hello": "org.freedesktop.DBus", "NameHasOwner": "org.freedeskto
 
 
 def calls_by_connection(output):
-    """A list a connection, in the order of their first calls: member, path and texts of each call."""
+    """For each connection, in the order of first calls, a list of its calls: member, path and texts."""
     connections = {}
     current = None
     for line in output.splitlines():
@@ -66,15 +65,10 @@ def calls_by_connection(output):
 
 def main():
     with Bench(*sys.argv[1:]) as bench:
-        fleet = bench.folder / "fleet.json"
-        fleet.write_text(json.dumps(FLEET))
-        bench.start_simulator(fleet)
+        bench.start_simulator(FLEET)
         monitor = bench.start(["dbus-monitor", "--address", bench.address, "type='method_call'"], wrapper=[])
         monitor.wait_for("member=NameLost")  # from here on it sees what others send
-        client = bench.start_client()
-        client.write(ANSWERS)
-        client.close_input()
-        client.read_to_end()
+        bench.run_client(ANSWERS)
         monitor.wait_for("member=NameHasOwner")
         monitor.wait_for(f'string "{SERVICE}"', monitor.seen.index("member=NameHasOwner"))
     actual = calls_by_connection(monitor.seen)

@@ -2,7 +2,6 @@
 """Compares the client's Base64 decoding and its dump of random data with those of `base64 -d` and
 `xxd`. Called as: FILE CLIENT SIMULATOR"""
 
-import json
 import random
 import re
 import subprocess
@@ -45,13 +44,8 @@ def main():
         ]},
     }
     with Bench(client_program, simulator_program) as bench:
-        fleet = bench.folder / "fleet.json"
-        fleet.write_text(json.dumps({"devices": [device]}))
-        bench.start_simulator(fleet)
-        client = bench.start_client()
-        client.write("2\n0\n" + "7\n0\n255\n-1\n" * len(texts) + "9\n4\n")
-        client.close_input()
-        transcript = client.read_to_end()
+        bench.start_simulator({"devices": [device]})
+        transcript = bench.run_client("2\n0\n" + "7\n0\n255\n-1\n" * len(texts) + "9\n4\n").seen
     dumps = re.findall(r"📄 COMPLETE DECODED OUTPUT:\n-{40}\n(.*?)\n\nACTUAL", transcript, re.DOTALL)
     assert len(dumps) == len(texts)
     for text, dump in zip(texts, dumps):

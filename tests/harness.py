@@ -1,6 +1,7 @@
 """A bus daemon, the simulator and the client as processes of a test, each stopped with it."""
 
 import ctypes
+import json
 import os
 import pty
 import re
@@ -41,7 +42,7 @@ BUS_CONFIG = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Config
 
 
 def exe_wrapper():
-    """What runs the programs under test where they are built for another machine."""
+    """The emulator's command where the programs under test are built for another machine."""
     return shlex.split(os.environ.get("MESON_EXE_WRAPPER", ""))
 
 
@@ -50,7 +51,7 @@ def wait_until(condition, what, deadline=None):
     end = time.monotonic() + (deadline or DEADLINE)
     while not condition():
         if time.monotonic() > end:
-            raise AssertionError(f"waited in vain for {what}")
+            raise AssertionError(f"timeout while waiting for {what}")
         time.sleep(0.005)
 
 
@@ -64,13 +65,13 @@ def end_with_parent():
     LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
 
 
-# What one write(2) wrote, and when, in seconds; no later reading makes that time wrong.
+# The text of one write(2), and its time in seconds: the kernel's, so that a late reader does not matter.
 Write = namedtuple("Write", "text time")
 
 
 class Process:
-    """A child with pipes, or a terminal, for its streams. Its output is read as it comes; with `packets`
-    every write(2) comes by itself, and `writes` collects them."""
+    """A child with pipes, or a terminal, for its streams. Its output collects in `seen`; with `packets`
+    each write(2) also collects in `writes`."""
 
     def __init__(self, command, env=None, terminal=False, wrapper=None, packets=False):
         streams = {}
@@ -103,7 +104,7 @@ class Process:
         return self.child.pid
 
     def packet_socket(self):
-        """Like a pipe whose writes stay apart. The kernel takes their times."""
+        """Like a pipe that keeps writes apart and takes the time of each."""
         self.packets, sender = socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
         self.packets.setsockopt(socket.SOL_SOCKET, SO_TIMESTAMPNS, 1)
         return os.dup(self.packets.fileno()), sender.detach()
@@ -117,7 +118,7 @@ class Process:
             self.input = None
 
     def read_some(self, timeout):
-        """Takes what output there is within `timeout` seconds into `seen`."""
+        """Appends the next output to `seen`, if any comes within `timeout` seconds."""
         if self.ended or not select.select([self.output], [], [], timeout)[0]:
             return
         try:
@@ -137,14 +138,14 @@ class Process:
         return data
 
     def wait_for(self, text, start=0, deadline=None):
-        """Reads until `text` stands in the output behind `start`; returns the place behind it."""
+        """Reads until the output holds `text` after `start`; returns the place after it."""
         end = time.monotonic() + (deadline or DEADLINE)
         while True:
             place = self.seen.find(text, start)
             if place >= 0:
                 return place + len(text)
             if self.ended or time.monotonic() > end:
-                raise AssertionError(f"waited in vain for {text!r}; output so far:\n{self.seen}")
+                raise AssertionError(f"no {text!r} in the output; so far:\n{self.seen}")
             self.read_some(0.2)
 
     def read_to_end(self, deadline=None):
@@ -156,7 +157,7 @@ class Process:
         return self.seen
 
     def read_lines(self, count, deadline=None):
-        """The first `count` lines of the output, of a process that may never end."""
+        """The first `count` lines of the output; the process need not end."""
         end = time.monotonic() + (deadline or DEADLINE)
         while self.seen.count("\n") < count and not self.ended:
             if time.monotonic() > end:
@@ -192,7 +193,7 @@ class Process:
 
 
 def split_utf8(data):
-    """The text of `data` and the bytes of a character that is not complete yet."""
+    """The text of `data`, and the bytes of an incomplete character at its end."""
     for kept in range(min(3, len(data)) + 1):
         try:
             return data[: len(data) - kept].decode(), data[len(data) - kept :]
@@ -202,7 +203,7 @@ def split_utf8(data):
 
 
 class Bench:
-    """A private bus with what a test starts on it. Use it in a `with` statement."""
+    """A private bus and the processes that a test starts on it. Use it in a `with` statement."""
 
     def __init__(self, client, simulator, policy="", bus=True, limits=""):
         self.client_program = client
@@ -246,6 +247,10 @@ class Bench:
         self.daemon.wait()
 
     def start_simulator(self, fleet):
+        """`fleet` is a file, or what one holds."""
+        if isinstance(fleet, dict):
+            content, fleet = fleet, self.folder / "fleet.json"
+            fleet.write_text(json.dumps(content))
         simulator = self.start([self.simulator_program, "--log", self.log, fleet])
         try:
             simulator.wait_for("ready\n")
@@ -257,18 +262,42 @@ class Bench:
     def start_client(self, **options):
         return self.start([self.client_program], **options)
 
+    def run_client(self, answers, **options):
+        """The client, ended after these answers without a complaint; `seen` holds its output."""
+        client = self.start_client(**options)
+        client.write(answers)
+        client.close_input()
+        client.read_to_end()
+        assert (client.wait(), client.stderr()) == (0, ""), (client.wait(), client.stderr())
+        return client
+
     def calls(self):
         """The calls that the simulator has logged, a line each."""
         return self.log.read_text() if self.log.exists() else ""
 
 
+def next_reply(simulator):
+    """The simulator's next line: its reply to a command."""
+    start, simulator.replies = simulator.replies, simulator.wait_for("\n", simulator.replies)
+    return simulator.seen[start : simulator.replies].rstrip("\n")
+
+
 def command(simulator, text):
     """Gives the simulator a command and waits until it is carried out."""
     simulator.write(text + "\n")
-    end = simulator.wait_for("\n", simulator.replies)
-    reply = simulator.seen[simulator.replies : end].strip()
-    simulator.replies = end
+    reply = next_reply(simulator)
     assert reply == "ok", f"{text}: {reply}"
+
+
+def wait_for_signal(simulator, client):
+    """Sends signals until the client prints one: its monitor may not be ready for the first."""
+
+    def informed():
+        command(simulator, "info 7")
+        client.read_some(0.1)
+        return "Info Signal: 7\n" in client.seen
+
+    wait_until(informed, "a signal")
 
 
 def mask_times(text):
@@ -276,8 +305,8 @@ def mask_times(text):
 
 
 def mask(text):
-    """What differs from run to run, replaced: microseconds and nonces (by the case they are in), on the
-    screen and in the log of calls."""
+    """Replaces what differs from run to run: microseconds and nonces (by their case), on the screen and in the
+    log of calls."""
     text = mask_times(text)
     place = r'((?:32-byte nonce|\(lowercase\)|Nonce): |GetSignedMeasurement .* ")'
     text = re.sub(place + r"[0-9A-F]{64}(?![0-9A-Za-z])", r"\1<NONCE>", text)

@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
-"""The client's whole output for replies of extreme sizes, compared with a layout told here once more.
+"""The client's whole output for replies of extreme sizes, compared with the layout in layouts.py.
 Called as: FILE CLIENT SIMULATOR"""
 
-import json
 import os
 import subprocess
 import sys
@@ -17,11 +16,9 @@ def run(client, simulator, methods, answers):
     """The client's output between the item's last prompt and the next menu."""
     device = {"path": PATH, "preset": "bare", "properties": {"XMID": ["s", "X"], "DeviceEID": ["q", 12]}, "methods": methods}
     with Bench(client, simulator) as bench:
-        fleet = bench.folder / "fleet.json"
-        fleet.write_text(json.dumps({"devices": [device]}))
-        bench.start_simulator(fleet)
+        bench.start_simulator({"devices": [device]})
         transcript = bench.folder / "transcript.txt"
-        # A file, as over a pipe each of a million lines would wake its reader.
+        # A file: a pipe would wake its reader for each of a million lines.
         with transcript.open("wb") as output:
             ended = subprocess.run(
                 exe_wrapper() + [client],
@@ -34,7 +31,7 @@ def run(client, simulator, methods, answers):
         text = transcript.read_bytes().decode()
     assert ended.stderr == b"", ended.stderr
     start = text.index("fetch:\n") + len("fetch:\n")
-    # What differs from run to run stands above the dump, of which there may be 100 MiB.
+    # Only the head is masked: the dump has 100 MiB and nothing that differs from run to run.
     head, first_offset, dump = text[start : text.index("1: ReAuthenticate", start)].partition("\n  0000: ")
     return mask(head) + first_offset + dump
 

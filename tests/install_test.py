@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Installs the build into a folder, compares the files there with those of the packages, and runs the
-programs from there. Called as: FILE CLIENT SIMULATOR"""
+programs from there. Compares also what other configurations install, or refuse. Called as: FILE CLIENT SIMULATOR"""
 
 import json
+import subprocess
 import sys
 import tempfile
 from pathlib import Path
@@ -12,39 +13,55 @@ from package_test import CLIENT_FILES, SIMULATOR_FILES, check_programs, files_be
 
 # What only a package has.
 ADDED = ("changelog.gz", "copyright")
+DOCUMENTS = ("share/doc/", "share/man/")
 
 
-def installed(files):
-    return {
-        name.removeprefix("usr/").removesuffix(".gz"): mode
-        for name, mode in files.items()
-        if not name.endswith(ADDED)
+def installed(files, documents):
+    """A package's files as Meson installs them below the prefix, with the documents or without."""
+    names = {
+        name.removeprefix("usr/").removesuffix(".gz"): mode for name, mode in files.items() if not name.endswith(ADDED)
     }
+    return {name: mode for name, mode in names.items() if documents or not name.startswith(DOCUMENTS)}
+
+
+def has_documents(build):
+    options = json.loads(run("meson", "introspect", "--buildoptions", build).stdout)
+    return next(option["value"] for option in options if option["name"] == "docs") == "enabled"
 
 
 def check_install(build, folder):
     run("meson", "install", "-C", build, "--no-rebuild", "--destdir", folder)
     prefix = folder / "usr/local"
-    files = {**installed(CLIENT_FILES), **installed(SIMULATOR_FILES)}
+    files = installed(CLIENT_FILES | SIMULATOR_FILES, has_documents(build))
     require_equal(listing(files), listing(files_below(prefix)), "the installed files")
     check_programs(prefix)
 
 
-def check_without_simulator(source, folder):
-    """A build that is configured without the simulator, built or not, installs the client's files only."""
-    run("meson", "setup", folder, source, "--prefix=/usr", "-Dtests=disabled", "-Dsimulator=disabled")
+def check_image(source, folder, documents):
+    """What the README's options for an image install, and with the documents."""
+    options = ("--prefix=/usr", "-Dtests=disabled", "-Dsimulator=disabled")
+    run("meson", "setup", folder, source, *options, *(["-Ddocs=enabled"] if documents else []))
     found = json.loads(run("meson", "introspect", "--installed", folder).stdout).values()
-    names = {name.removeprefix("/usr/") for name in found}
-    assert "bin/spdm-client" in names, names
-    assert names <= installed(CLIENT_FILES).keys(), names - installed(CLIENT_FILES).keys()
+    expected = ["/usr/" + name for name in installed(CLIENT_FILES, documents)]
+    require_equal(sorted(expected), sorted(found), f"the files for an image, documents: {documents}")
+
+
+def check_tests_need_simulator(source, folder):
+    options = ("-Dtests=enabled", "-Dsimulator=disabled")
+    setup = subprocess.run(["meson", "setup", folder, source, *options], capture_output=True, text=True)
+    assert setup.returncode != 0, setup.stdout
+    assert "the tests need the simulator: -Dsimulator=enabled\n" in setup.stdout, setup.stdout
 
 
 def main():
     with tempfile.TemporaryDirectory(prefix="spdm-install-") as folder:
         check_install(Path(sys.argv[1]).parent, Path(folder) / "root")
-        # In a cross-built test's path the target's assembler comes first, so nothing can be configured.
+        # A cross build puts the target's assembler first in PATH, so that Meson cannot configure for this machine.
         if not exe_wrapper():
-            check_without_simulator(Path(__file__).resolve().parent.parent, Path(folder) / "build")
+            source = Path(__file__).resolve().parent.parent
+            check_image(source, Path(folder) / "image", documents=False)
+            check_image(source, Path(folder) / "documents", documents=True)
+            check_tests_need_simulator(source, Path(folder) / "without")
 
 
 if __name__ == "__main__":

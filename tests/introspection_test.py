@@ -48,7 +48,7 @@ def interfaces(text):
 
 
 def lines(members):
-    """Interfaces as text to compare; one without members has a line, too."""
+    """Interfaces as lines to compare; an interface without members still has its own line."""
     return [line for name in sorted(members) for line in [name, *(f"{name} {member}" for member in members[name])]]
 
 

@@ -1,6 +1,33 @@
-"""What the client prints of measurements, told once more for the tests."""
+"""Texts that the client prints, and its layout of measurements, written independently of its source."""
 
 import base64
+
+BANNER = """\
+SPDM Client Start
+Initialization successful
+Available SPDM Supported Devices.
+"""
+
+MAIN_MENU = """\
+1: Regression Test
+2: Normal Test
+3: Measurement Test Suite
+4: Exit\x20
+Please Choose the option:
+"""
+
+OPERATIONS_MENU = """\
+1: ReAuthenticate
+2: GetCertficate
+3: GetCertificateProperties
+4: GetAll Properties
+5: Recurring ReAuthenticate
+6: GetMeasurement\x20
+7: GetSignedMeasurement\x20
+8: Monitor Signals
+9: Go Back\x20
+Please Choose the option:
+"""
 
 SIGNATURE_SIZES = {"ED448": 114}
 

@@ -19,7 +19,6 @@ CLIENT_FILES = {
     "usr/bin/spdm-client": PROGRAM,
     "usr/share/dbus-1/interfaces/com.varn.bmc.spdm.spdm.xml": DATA,
     "usr/share/doc/spdm-client/changelog.gz": DATA,
-    "usr/share/doc/spdm-client/com.varn.bmc.spdm.spdm.xml": DATA,
     "usr/share/doc/spdm-client/copyright": DATA,
     "usr/share/doc/spdm-client/service.md": DATA,
     "usr/share/doc/spdm-client/usage.md": DATA,
@@ -39,7 +38,7 @@ SIMULATOR_FILES = {
     **{f"usr/share/spdm-simulator/fleets/keys/{name}.pem": DATA for name in KEYS},
 }
 
-# The device at index 2 fails its re-authentication, which tells the fleet from an empty or another one.
+# The device at index 2 fails its re-authentication, so another fleet, or none, is noticed.
 TYPED = "2\n2\n1\n8\n-1\n9\n4\n"
 
 
@@ -99,12 +98,7 @@ def check_programs(prefix):
     expected = (TESTS / "package_transcript.txt").read_text(encoding="utf-8")
     with Bench(*programs) as bench:
         bench.start_simulator(prefix / "share/spdm-simulator/fleets/bench.json")
-        client = bench.start_client()
-        client.write(TYPED)
-        client.close_input()
-        output = mask(client.read_to_end())
-        assert client.wait() == 0, f"the client's exit status is {client.wait()}"
-        assert not client.stderr(), client.stderr()
+        output = mask(bench.run_client(TYPED).seen)
         require_equal(expected.split("\n"), output.split("\n"), "the transcript")
     run(sys.executable, TESTS / "monitor/fleets_test.py", *programs, "one-by-one")
 
@@ -115,7 +109,7 @@ def main():
     client, simulator = (Path(name).resolve() for name in sys.argv[1:])
     assert field(client, "Package") == "spdm-client", client
     assert field(simulator, "Package") == "spdm-simulator", simulator
-    assert "openssl" in field(simulator, "Recommends").split(", "), "the simulator signs with openssl"
+    assert "libssl3" in field(simulator, "Depends"), "the simulator signs with libcrypto"
     os.environ.pop("LD_LIBRARY_PATH", None)
     if field(client, "Architecture") == "arm64" and os.uname().machine != "aarch64":
         os.environ["MESON_EXE_WRAPPER"] = ARM64_WRAPPER

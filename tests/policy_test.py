@@ -6,7 +6,7 @@ import os
 import sys
 from pathlib import Path
 
-from harness import Bench, command, wait_until
+from harness import Bench, wait_for_signal
 
 SIMULATOR = Path(__file__).resolve().parent.parent / "simulator"
 FLEET = SIMULATOR / "fleets/bench.json"
@@ -33,13 +33,7 @@ def expect_service(bench):
     client = bench.start_client()
     client.write("2\n0\n1\n8\n")
     client.wait_for("ReAuth Status: Passed")
-
-    def informed():
-        command(simulator, "info 7")
-        client.read_some(0.1)
-        return "Info Signal: 7\n" in client.seen
-
-    wait_until(informed, "a signal")
+    wait_for_signal(simulator, client)
     client.write("-1\n9\n4\n")
     client.read_to_end()
     assert client.wait() == 0, client.stderr()

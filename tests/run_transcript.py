@@ -7,6 +7,9 @@ A scenario is a folder:
   expected.txt          its standard output, microseconds and nonces masked
   expected-calls.txt    optional: the calls that the simulator received
   expected-stderr.txt   its standard error; without it that must be empty
+  expected-writes.txt   optional: the writes to standard output that are not one line with the empty
+                        lines before it, and how often each comes; each answer of the input is then
+                        given when it is asked for, not before
   scenario.json         optional: {"bus": false} no bus daemon; {"lines": N} the client runs on
                         without end: N lines are compared, then it is killed; {"status": N} its exit
                         status, else 0; {"kill_bus_on_call": "Member"} the bus daemon is killed when
@@ -19,7 +22,10 @@ import json
 import sys
 from pathlib import Path
 
-from harness import Bench, mask, wait_until
+from harness import Bench, Process, mask, wait_until
+from writes import answer_one_by_one, other_writes
+
+OPTIONAL = ("expected-calls.txt", "expected-writes.txt")
 
 
 def run(arguments, options):
@@ -28,8 +34,10 @@ def run(arguments, options):
         if (scenario / "fleet.json").exists():
             bench.start_simulator(scenario / "fleet.json")
         wrapper = arguments.wrapper.split() if arguments.wrapper else None
-        client = bench.start_client(wrapper=wrapper)
-        client.write((scenario / "input").read_bytes())
+        by_write = (scenario / "expected-writes.txt").exists()
+        client = bench.start_client(wrapper=wrapper, packets=by_write)
+        answer = answer_one_by_one if by_write else Process.write
+        answer(client, (scenario / "input").read_text())
         client.close_input()
         member = options.get("kill_bus_on_call")
         if member:
@@ -48,11 +56,12 @@ def run(arguments, options):
             "expected.txt": mask(output),
             "expected-calls.txt": mask(bench.calls()),
             "expected-stderr.txt": client.stderr(),
+            "expected-writes.txt": other_writes(client.writes),
         }
 
 
 def compare(path, actual, optional):
-    """Prints how `actual` differs from the file; a missing file stands for no text."""
+    """Prints how `actual` differs from the file; a missing file counts as empty."""
     if optional and not path.exists():
         return True
     expected = path.read_text(encoding="utf-8") if path.exists() else ""
@@ -82,7 +91,7 @@ def main():
                 (arguments.scenario / name).write_text(text, encoding="utf-8")
         return 0
     results = [
-        compare(arguments.scenario / name, text, optional=name == "expected-calls.txt")
+        compare(arguments.scenario / name, text, optional=name in OPTIONAL)
         for name, text in actual.items()
     ]
     if all(results):

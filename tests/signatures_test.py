@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Re-assembles measurement and signature from the client's dumps and has openssl verify them, for a
+"""Reassembles measurement and signature from the client's dumps and has openssl verify them, for a
 device of each signing algorithm. Called as: FILE CLIENT SIMULATOR"""
 
 import json
@@ -74,10 +74,7 @@ def main():
     answers = "".join(f"2\n{row}\n7\n0\n255\n-1\n9\n" for row in range(len(devices))) + "4\n"
     with Bench(client_program, simulator_program) as bench:
         bench.start_simulator(FLEET)
-        client = bench.start_client()
-        client.write(answers)
-        client.close_input()
-        transcript = client.read_to_end()
+        transcript = bench.run_client(answers).seen
     found = list(parts(transcript))
     assert len(found) == len(devices) >= 8, f"{len(found)} analyses of {len(devices)} devices"
     for device, (measurement, signature) in zip(devices, found):

@@ -3,7 +3,6 @@
 prints is compared, its memory and descriptors stay as they were after the first round, and it keeps pace.
 Called as: FILE CLIENT SIMULATOR. Takes some 20 seconds, so it is run by hand and by CI, not by every test."""
 
-import json
 import os
 import re
 import subprocess
@@ -11,37 +10,35 @@ import sys
 import time
 from pathlib import Path
 
-sys.path.insert(0, str(Path(__file__).resolve().parent / "monitor"))
+sys.path.insert(0, str(Path(__file__).resolve().parent / "faults"))
 
-from cases import STARTED, added_text, error_text, removed_text
-from flushes_test import CONVERSATION, CPU, FLEET, OPERATIONS_MENU
+from methods import METHODS, OWN_EID, PATH
+from stage import good_rules
+
+from cases import BANNER, CPU_13, MAIN_MENU, OPERATIONS_MENU, STARTED, added_text, error_text, removed_text
 from harness import Bench, command, mask, wait_until
 
 ROUNDS = 5
 OPERATIONS = 20_000
 SIGNALS = 100_000
 
-# The conversation's stay in the operations menu: each of the operations once, and "Invalid method.".
-GO_BACK = [answer for answer, _ in CONVERSATION].index("9")
-PASS = CONVERSATION[3:GO_BACK]
-OPERATIONS_OF_A_PASS = 6
-PASSES = -(-OPERATIONS // (OPERATIONS_OF_A_PASS * ROUNDS))
+IDENTITY = {"XMID": ["s", "CPU-12"], "DeviceEID": ["q", OWN_EID]}
+FLEET = {"devices": [{"path": PATH, "preset": "bare", "properties": IDENTITY, "methods": good_rules()}]}
 
-NEW_CPU = f"{os.path.dirname(CPU)}/cpu_13"
+ITEMS = METHODS[:6]
+PASS = "".join(item.step for item in ITEMS)
+TEXT_OF_A_PASS = "".join(item.step_text(item.good()) for item in ITEMS)
+PASSES = -(-OPERATIONS // (len(ITEMS) * ROUNDS))
 
-# What a run may take in all: six times what it takes, for a machine that does other things as well.
+# Six times what a run takes on an idle machine.
 SECONDS = 120
 
-# When nothing is printed for so long, nothing more will come.
+# Output is complete after this long without any.
 SECONDS_OF_SILENCE = 10
 
-# The least leak there is, of 32 bytes an operation, is four times that; one a signal twenty times. What the
-# allocator touches late or keeps for the next monitor thread is a few pages.
+# The smallest leak, 32 bytes an operation, would be four times that; one in each signal twenty times. The
+# allocator itself may add a few pages.
 KIB_OF_GROWTH = 128
-
-
-def texts(conversation):
-    return "".join(write for _, writes in conversation for write in writes)
 
 
 def expect(client, expected, what):
@@ -62,9 +59,8 @@ def expect(client, expected, what):
 
 
 def operate(client):
-    answers = "".join(f"{answer}\n" for answer, _ in PASS)
-    client.write(answers * PASSES)
-    expect(client, texts(PASS) * PASSES, "operations")
+    client.write(PASS * PASSES)
+    expect(client, TEXT_OF_A_PASS * PASSES, "operations")
 
 
 def is_monitored(bench):
@@ -78,17 +74,17 @@ def is_monitored(bench):
 
 
 def monitor(bench, client, simulator):
-    """A device comes, sends its errors, and goes. Did it stay, its connection would be kept."""
+    """A device comes, sends its errors, and goes; a subscribed device would keep the monitor's connection open."""
     client.write("8\n")
     expect(client, STARTED, "start of the monitor")
     wait_until(lambda: is_monitored(bench), "the monitor's rules")
-    command(simulator, f"add {NEW_CPU}")
-    expect(client, added_text("CPU", NEW_CPU), "announcement")
+    command(simulator, f"add {CPU_13.path}")
+    expect(client, added_text("CPU", CPU_13.path), "announcement")
     count = SIGNALS // ROUNDS
-    command(simulator, f"flood {NEW_CPU} {count}")
+    command(simulator, f"flood {CPU_13.path} {count}")
     expect(client, "".join(error_text(13, code) for code in range(count)), "signals")
-    command(simulator, f"remove {NEW_CPU}")
-    expect(client, removed_text(NEW_CPU), "removal")
+    command(simulator, f"remove {CPU_13.path}")
+    expect(client, removed_text(CPU_13.path), "removal")
     client.write("-1\n")
     expect(client, OPERATIONS_MENU, "end of the monitor")
 
@@ -109,19 +105,17 @@ def check_resources(first, last):
 
 
 def run(bench):
-    fleet = bench.folder / "fleet.json"
-    fleet.write_text(json.dumps(FLEET))
-    simulator = bench.start_simulator(fleet)
+    simulator = bench.start_simulator(FLEET)
     client = bench.start_client()
-    client.write("2\n1\n")
-    expect(client, texts(CONVERSATION[:3]), "start")
+    client.write(ITEMS[0].lead)
+    expect(client, BANNER + MAIN_MENU + ITEMS[0].opening, "start")
     used = []
     for _ in range(ROUNDS):
         operate(client)
         monitor(bench, client, simulator)
         used.append(resources(client))
     client.write("9\n4\n")
-    expect(client, texts(CONVERSATION[GO_BACK : GO_BACK + 1]), "end")
+    expect(client, MAIN_MENU, "end")
     client.read_to_end()
     if (client.wait(), client.stderr(), client.seen) != (0, "", ""):
         sys.exit(f"exit status {client.wait()}, {client.stderr()!r}, {client.seen!r}")
@@ -129,11 +123,13 @@ def run(bench):
 
 
 def main():
+    if len(sys.argv) != 3:
+        sys.exit(__doc__)
     start = time.monotonic()
     with Bench(*sys.argv[1:]) as bench:
         run(bench)
     elapsed = time.monotonic() - start
-    operations = ROUNDS * PASSES * OPERATIONS_OF_A_PASS
+    operations = ROUNDS * PASSES * len(ITEMS)
     print(f"{operations} operations and {SIGNALS} signals in {elapsed:.1f} s")
     if elapsed > SECONDS:
         sys.exit(f"that is more than {SECONDS} s")

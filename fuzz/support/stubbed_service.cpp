@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <ctime>
+#include <dlfcn.h>
 #include <mutex>
 #include <set>
 #include <string>
@@ -478,6 +479,17 @@ int sd_bus_default_system(sd_bus** connection)
     }
     *connection = sd_bus_ref(connections().local);
     return 1;
+}
+
+/// Both threads share one connection, which the monitor must not close for the main thread.
+void sd_bus_close(sd_bus* connection)
+{
+    if (is_main_thread())
+    {
+        static const auto next =
+            reinterpret_cast<decltype(&sd_bus_close)>(dlsym(RTLD_NEXT, "sd_bus_close"));
+        next(connection);
+    }
 }
 
 int sd_bus_call(sd_bus* connection, sd_bus_message* call, std::uint64_t timeout,

@@ -13,6 +13,9 @@ from cases import BANNER, CPU_12, MAIN_MENU, NO_OBJECTS, OPERATIONS_MENU, device
 from layouts import measurement_text, signed_measurement_text  # noqa: E402
 
 PATH = CPU_12.path
+# The device has another EID than its path says.
+OWN_EID = 77
+DEVICE = CPU_12._replace(eid=OWN_EID)
 SERVICE = "com.varn.bmc.spdm.spdm"
 
 # How far an exchange got that failed; a number counts the fields that could be read.
@@ -96,7 +99,7 @@ class Operation(Method):
 
     lead = "2\n0\n"
     ready = OPERATIONS_MENU
-    opening = device_table(CPU_12) + "Selected device: EID=12\n" + OPERATIONS_MENU
+    opening = device_table(DEVICE) + "Selected device: EID=12\n" + OPERATIONS_MENU
     back = "9\n"
     closing = MAIN_MENU
     prompts = ""
@@ -237,7 +240,7 @@ PROPERTIES = [
     ("Measurement", "b", True),
     ("Encryption", "b", False),
     ("SignedMeasurement", "b", True),
-    ("DeviceEID", "q", 12),
+    ("DeviceEID", "q", OWN_EID),
     ("DeviceChallengeStatus", "b", True),
     ("DeviceCertStatus", "b", False),
     *((f"CertificateSlot{slot}", "b", slot < 2) for slot in range(8)),
@@ -310,13 +313,13 @@ class Get(Method):
     def __init__(self, name, type_, value):
         self.key = "Get " + name
         self.before_it = "Get XMID" if name == "DeviceEID" else None
-        other = {"s": [("o", "/a"), ("u", 1), ("ay", b"1")], "q": [("u", 12), ("n", 12), ("s", "12")]}[type_]
+        other = {"s": [("o", "/a"), ("u", 1), ("ay", b"1")], "q": [("u", OWN_EID), ("n", OWN_EID), ("s", "77")]}[type_]
         others = [Other(f"content-as-{wrong}", "v", (wrong, content)) for wrong, content in other]
         others += [Other("no-variant", type_, value), Other("variant-in-it", "v", ("v", (type_, value)))]
         self.fields = [Field(name, "v", (type_, value), others)]
 
     def text(self, value):
-        return CPU_12._replace(**{"xmid": value[1]} if value[0] == "s" else {"eid": value[1]})
+        return DEVICE._replace(**{"xmid": value[1]} if value[0] == "s" else {"eid": value[1]})
 
     def failure_text(self, step):
         return CPU_12._replace(xmid="N/A")
@@ -328,7 +331,12 @@ class Get(Method):
         return device_table(outcome.text()) + NO_SUCH_ROW + MAIN_MENU
 
 
-ODD_PROPERTIES = {"A": ("a{sv}", {"b": ("d", 0.5)}), "C": ("(xay)", (1, b"1"))}
+# Of every type that a device may have, and some that none has.
+ODD_PROPERTIES = {
+    "A": ("a{sv}", {"b": ("d", 0.5)}), "B": ("b", True), "C": ("(xay)", (1, b"1")), "D": ("d", 1.5),
+    "E": ("as", ["a", "b"]), "G": ("g", "a{sv}"), "I": ("i", -1), "N": ("n", -1), "O": ("o", "/a"), "Q": ("q", 1),
+    "S": ("s", "x"), "T": ("t", 1), "U": ("u", 1), "V": ("v", ("s", "in")), "X": ("x", -1), "Y": ("y", 1),
+}
 
 
 class GetManagedObjects(Method):
@@ -358,7 +366,7 @@ class GetManagedObjects(Method):
     step = "2\n"
 
     def text(self, objects):
-        return "", [CPU_12._replace(path=path) for path in objects]
+        return "", [DEVICE._replace(path=path) for path in objects]
 
     def failure_text(self, step):
         return "ERROR: Failed to retrieve SPDM objects. Check D-Bus service availability.\n", []
@@ -396,7 +404,7 @@ class NameHasOwner(Method):
     fields = [Field("owned", "b", True)]
     lead = "3\n0\n"
     ready = "Enter choice (1-3): "
-    opening = device_table(CPU_12) + SUITE_SELECTION
+    opening = device_table(DEVICE) + SUITE_SELECTION
     step = "1\n"
     before_it = "GetAll"
 
@@ -427,7 +435,7 @@ METHODS = [
     GetSignedMeasurement(),
     GetAll(),
     Get("XMID", "s", "CPU-12"),
-    Get("DeviceEID", "q", 12),
+    Get("DeviceEID", "q", OWN_EID),
     GetManagedObjects(),
     NameHasOwner(),
 ]

@@ -9,7 +9,7 @@ from contextlib import contextmanager
 from functools import partial
 from pathlib import Path
 
-from methods import METHODS, PATH, UNANSWERED, UNOPENED, Outcome
+from methods import DEVICE, METHODS, PATH, UNANSWERED, UNOPENED, Outcome
 from stage import NO_DEVICE, Talk, finish, good_rules, start_service, wait_for_call
 from tap import argument_parser, run_cases
 
@@ -83,7 +83,7 @@ def next_operation_works(key, what, options):
     good = (method.opening if suite else "") + method.step_text(method.good())
     gone = gone_text(method, what)
     if suite:
-        gone = method.opening.replace(device_table(CPU_12), GONE_DEVICE) + gone
+        gone = method.opening.replace(device_table(DEVICE), GONE_DEVICE) + gone
     expected = BANNER + MAIN_MENU + ("" if suite else method.opening) + good + good + gone + good + method.closing
     with serving(options, what, NO_DEVICE if suite else None) as service:
         talk = service.client()

@@ -8,7 +8,7 @@ import time
 from pathlib import Path
 
 from faults import UNKNOWN_OBJECT, reply
-from methods import METHODS, PATH
+from methods import METHODS, OWN_EID, PATH
 from stand_in_bus import StandInBus
 
 import harness
@@ -100,7 +100,7 @@ def start_service(bench, rules):
     device = {
         "path": PATH,
         "preset": "bare",
-        "properties": {"XMID": ["s", "CPU-12"], "DeviceEID": ["q", 12]},
+        "properties": {"XMID": ["s", "CPU-12"], "DeviceEID": ["q", OWN_EID]},
         "methods": {member: rule for member, rule in rules.items() if member != "GetManagedObjects"},
     }
     objects = {member: rule for member, rule in rules.items() if member == "GetManagedObjects"}

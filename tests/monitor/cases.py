@@ -2,7 +2,7 @@
 
 A file of cases is called as: FILE CLIENT SIMULATOR [CASE] [--wrapper COMMAND]. It runs its functions
 test_..., or the one of that name alone (blanks of a name may be written as '-'). The wrapper, such as
-valgrind, runs the client.
+valgrind, runs the client. FILE --list prints the names of the cases, a line each.
 """
 
 import argparse
@@ -23,6 +23,8 @@ sys.path.insert(0, str(Path(__file__).resolve().parent.parent))
 
 import harness  # noqa: E402
 from harness import Bench, exe_wrapper, mask, wait_until  # noqa: E402
+from layouts import BANNER, MAIN_MENU, OPERATIONS_MENU  # noqa: E402
+from writes import other_writes  # noqa: E402
 
 ROOT = "/com/varn/bmc/spdm/spdm"
 CPU = ROOT + "/cpu"
@@ -43,33 +45,6 @@ CPU_12 = Device(CPU + "/cpu_12", 12, "CPU-12")
 CPU_13 = Device(CPU + "/cpu_13", 13, "CPU-13")
 NIC_20 = Device(NIC + "/nic_20", 20, "NIC-20")
 HALC_30 = Device(HALC + "/halc_30", 30, "HALC-30")
-
-BANNER = """\
-SPDM Client Start
-Initialization successful
-Available SPDM Supported Devices.
-"""
-
-MAIN_MENU = """\
-1: Regression Test
-2: Normal Test
-3: Measurement Test Suite
-4: Exit\x20
-Please Choose the option:
-"""
-
-OPERATIONS_MENU = """\
-1: ReAuthenticate
-2: GetCertficate
-3: GetCertificateProperties
-4: GetAll Properties
-5: Recurring ReAuthenticate
-6: GetMeasurement\x20
-7: GetSignedMeasurement\x20
-8: Monitor Signals
-9: Go Back\x20
-Please Choose the option:
-"""
 
 NO_OBJECTS = "Available SPDM objects:\nNo objects found\n"
 STARTED = "Press -1 to stop monitoring\n"
@@ -302,9 +277,17 @@ class Session:
             self.process.seen = seen[len(whole) :]
             self.process.read_some(0.2)
 
+    def expect_line_by_line(self, text, others=""):
+        """Like `expect`, of a client whose writes stay apart: each is a line, but for the `others`."""
+        self.process.writes.clear()
+        self.expect(text)
+        found = other_writes(self.process.writes)
+        assert found == others, f"writes of other than one line:\n{found}"
+
     def expect_one_of(self, *texts):
         """Like `expect`, where it is not certain which of some lines the client prints."""
-        line = self.process.seen[: self.process.wait_for("\n")]
+        end = self.process.wait_for("\n")
+        line = self.process.seen[:end]
         self.expect(line if line in texts else texts[0])
 
     def difference(self, expected, actual):
@@ -421,9 +404,9 @@ def monitoring(*devices, **options):
 
 def expect_monitored(commands, expected, stderr="", devices=()):
     """Carries out the simulator's commands while the client monitors; compares all that it prints."""
-    with monitoring(*devices) as client:
+    with monitoring(*devices, packets=True) as client:
         client.command(*commands)
-        client.expect(expected)
+        client.expect_line_by_line(expected)
         client.finish(stderr)
 
 
@@ -433,13 +416,16 @@ programs = None
 def run_cases(functions):
     """Runs the cases among a module's names; the process's exit status says whether all passed."""
     global programs
+    cases = {name: run for name, run in functions.items() if name.startswith("test_")}
+    if sys.argv[1:] == ["--list"]:
+        print("\n".join(name.removeprefix("test_").replace("_", "-") for name in cases))
+        return
     parser = argparse.ArgumentParser()
     parser.add_argument("client")
     parser.add_argument("simulator")
     parser.add_argument("case", nargs="?")
     parser.add_argument("--wrapper")
     programs = parser.parse_args()
-    cases = {name: run for name, run in functions.items() if name.startswith("test_")}
     if programs.case:
         name = "test_" + programs.case.replace("-", "_")
         cases = {name: cases[name]}

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """How the operator starts and stops the monitor, over pipes and over a terminal."""
 
+import fcntl
 import re
 import time
 from pathlib import Path
@@ -141,6 +142,15 @@ def test_a_dropped_rest_may_be_long():
         client.type("5" + " -1" * 20_000 + "\n")  # fits into the pipe
         expect_still_monitoring(client, 1)
         client.finish()
+
+
+def test_minus_one_after_a_line_of_any_length():
+    with monitoring() as client:
+        fcntl.fcntl(client.process.input, fcntl.F_SETPIPE_SZ, 1 << 18)  # so that all of it fits
+        client.type("5" + " words" * 30_000 + "\n")
+        client.type("-1\n")
+        client.expect(OPERATIONS_MENU)
+        client.leave()
 
 
 def test_a_word_never_stops_it():

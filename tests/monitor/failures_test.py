@@ -36,6 +36,7 @@ DENIED = "sd_bus_match: org.freedesktop.DBus.Error.AccessDenied: Permission deni
 RE_AUTHENTICATION_FAILED = (
     "ERROR: Re-authentication operation failed. Check device authentication status.\n"
 )
+NO_THREAD = STARTED + "Error while creating SPDMManagerServiceThread\n"
 
 
 def match_limit(count):
@@ -77,6 +78,15 @@ def test_the_bus_dies_under_subscribed_devices():
         client.add(CPU_13, "CPU")
         lose_bus(client)
         client.finish()
+
+
+def test_either_line_of_a_lost_bus_is_accepted():
+    """Whichever comes first in the list."""
+    for texts in (LOST, LOST[::-1]):
+        with monitoring() as client:
+            client.bench.stop_bus()
+            client.expect_one_of(*texts)
+            client.finish()
 
 
 def test_other_numbers_after_the_bus_has_died():
@@ -204,21 +214,42 @@ def test_a_devices_rule_is_refused():
         client.leave("Error: " + TOO_MANY)
 
 
-def test_the_thread_cannot_be_created():
+def left_out_without_room_for_threads():
     if b"__tsan_init" in Path(sys.argv[1]).read_bytes():
         print("left out: the thread sanitizer starts under no such limit")
-        return
+        return True
     if exe_wrapper():
         print("left out: the limit is the emulator's as well, and it starts under no such limit")
-        return
+        return True
+    return False
+
+
+def session_without_room_for_threads():
     # Threads get stacks of the limit's size by default; nobody has room for one of 64 TiB.
-    with session(prefix=["prlimit", f"--stack={1 << 46}:"]) as client:
+    return session(prefix=["prlimit", f"--stack={1 << 46}:"])
+
+
+def test_the_thread_cannot_be_created():
+    if left_out_without_room_for_threads():
+        return
+    with session_without_room_for_threads() as client:
         for _ in range(2):
             client.type("8\n")
-            client.expect(STARTED + "Error while creating SPDMManagerServiceThread\n")
+            client.expect(NO_THREAD)
             client.type("5 -1\n")
             client.stop_monitor()
         client.leave()
+
+
+def test_the_thread_cannot_be_created_at_the_end_of_input():
+    """Reading flushes what was printed before, but not at the end of input."""
+    if left_out_without_room_for_threads():
+        return
+    with session_without_room_for_threads() as client:
+        client.type("8")
+        client.process.close_input()
+        client.expect(NO_THREAD)
+        client.wait_until_spinning()
 
 
 def test_the_service_gives_its_name_up_and_takes_it_again():

@@ -2,7 +2,9 @@
 """More signals than can be printed at once: none is lost, and -1 still counts."""
 
 import fcntl
+import re
 from functools import partial
+from pathlib import Path
 
 from cases import (
     CPU_13,
@@ -62,6 +64,26 @@ def test_the_rest_of_a_flood_is_not_printed_by_the_next_start():
         client.command("info 1")
         client.expect(info_text(1))
         client.finish()
+
+
+def resident_kilobytes(process):
+    status = Path(f"/proc/{process.pid}/status").read_text()
+    return int(re.search(r"^VmRSS:\s+(\d+) kB$", status, re.MULTILINE)[1])
+
+
+def test_the_bus_queues_nothing_for_a_stopped_monitor():
+    """It would take half a kilobyte a signal."""
+    with monitoring() as client:
+        client.add(CPU_13, "CPU")
+        # The first flood grows the daemon to its usual size.
+        client.command(f"flood {CPU_13.path} {SIGNALS}", "info 1")
+        client.expect(flood_text(SIGNALS) + info_text(1))
+        client.stop_monitor()
+        before = resident_kilobytes(client.bench.daemon)
+        client.command(f"flood {CPU_13.path} {5 * SIGNALS}")
+        grown = resident_kilobytes(client.bench.daemon) - before
+        assert grown < 5 * SIGNALS // 20, f"the daemon grew by {grown} kB"
+        client.leave()
 
 
 run_cases(globals())

@@ -28,18 +28,19 @@ from cases import (
 )
 
 
-def expect_of_added_device(commands, expected):
+def expect_of_added_device(commands, expected, others=""):
     """Compares what the commands make the client print once it has subscribed to CPU 13."""
-    with monitoring() as client:
+    with monitoring(packets=True) as client:
         client.add(CPU_13, "CPU")
         client.command(*commands)
-        client.expect(expected)
+        client.expect_line_by_line(expected, others)
         client.finish()
 
 
-def expect_changed(properties, lines):
+def expect_changed(properties, lines, others=""):
     """The lines that a change of CPU 13's properties prints."""
-    expect_of_added_device([changed(CPU_13.path, properties)], properties_text(13, lines))
+    commands = [changed(CPU_13.path, properties)]
+    expect_of_added_device(commands, properties_text(13, lines), others)
 
 
 def test_cpu_added():
@@ -209,6 +210,7 @@ def test_changed_texts_as_they_are():
     expect_changed(
         {"A": ["s", ""], "B": ["s", " two  words "], "C": ["s", "é✓"], "D": ["s", "a\nb"]},
         "A: \nB:  two  words \nC: é✓\nD: a\nb\n",
+        others=' 1 "D: a\\nb\\n"\n',
     )
 
 

@@ -134,12 +134,16 @@ def test_removing_a_discovered_device_sends_nothing():
         client.leave()
 
 
-def test_an_added_devices_rules_outlive_the_monitor():
+def test_an_added_devices_rules_end_with_their_connection():
+    """Nobody takes them back, neither the stop nor the device's removal by the next start."""
     with monitoring() as client:
         client.add(CPU_13, "CPU")
         client.restart_monitor()
         assert client.wire.rules("RemoveMatch") == MONITOR_RULES[::-1]
-        client.finish()
+        client.remove(CPU_13)
+        client.stop_monitor()
+        assert client.wire.wait_for_rules("RemoveMatch", 14) == MONITOR_RULES[::-1] * 2
+        client.leave()
 
 
 def test_each_start_has_a_connection_and_rules_of_its_own():

@@ -1,3 +1,4 @@
+#include "name_of.hpp"
 #include "operations/base64.hpp"
 
 #include <gtest/gtest.h>
@@ -41,7 +42,7 @@ INSTANTIATE_TEST_SUITE_P(Rfc4648, DecodeBase64,
                                          TextCase{"Foob", "Zm9vYg==", "foob"},
                                          TextCase{"Fooba", "Zm9vYmE=", "fooba"},
                                          TextCase{"Foobar", "Zm9vYmFy", "foobar"}),
-                         [](const auto& info) { return info.param.name; });
+                         name_of);
 
 INSTANTIATE_TEST_SUITE_P(Partial, DecodeBase64,
                          testing::Values(TextCase{"WholeGroup", "QUJD", "ABC"},
@@ -54,7 +55,7 @@ INSTANTIATE_TEST_SUITE_P(Partial, DecodeBase64,
                                          TextCase{"LeftOverBitsAreDropped", "QUJ", "AB"},
                                          TextCase{"HighestDigits", "////", "\xff\xff\xff"},
                                          TextCase{"PlusAndSlash", "+/+/", "\xfb\xff\xbf"}),
-                         [](const auto& info) { return info.param.name; });
+                         name_of);
 
 INSTANTIATE_TEST_SUITE_P(Foreign, DecodeBase64,
                          testing::Values(TextCase{"Blank", "QUJD QUJD", "ABC"},
@@ -67,7 +68,7 @@ INSTANTIATE_TEST_SUITE_P(Foreign, DecodeBase64,
                                          TextCase{"BlankFirst", " QUJD", ""},
                                          TextCase{"Null", std::string("QUJD\0QUJD", 9), "ABC"},
                                          TextCase{"HighBit", "QUJD\xc3\xa4QUJD", "ABC"}),
-                         [](const auto& info) { return info.param.name; });
+                         name_of);
 
 TEST(DecodeBase64Stop, AtAForeignCharacterInEveryPosition)
 {

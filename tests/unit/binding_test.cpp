@@ -56,7 +56,7 @@ constexpr auto end_of_message = "System.Error.ENXIO: No such device or address";
 constexpr auto denied = "org.freedesktop.DBus.Error.AccessDenied: Operation not permitted";
 constexpr std::chrono::seconds deadline{20};
 
-/// The default connection's sd-bus object, for a look behind the binding; not to be closed with the last reference.
+/// The default connection's sd-bus object, to check what the binding does; the caller must not close it.
 sd_bus* borrow_default_bus()
 {
     sd_bus* connection = nullptr;
@@ -98,7 +98,7 @@ std::string describe_basic(sd_bus_message* message, char type)
     return out.str();
 }
 
-/// What raw sd-bus finds in the rest of the message or container, such as "y:7 a[e[s:one v[u:1]]]".
+/// The rest of the message or container as raw sd-bus reads it, such as "y:7 a[e[s:one v[u:1]]]".
 std::string describe(sd_bus_message* message)
 {
     std::string text;
@@ -119,9 +119,9 @@ std::string describe(sd_bus_message* message)
     return text;
 }
 
-/// The other end.
-///   Echo    replies with what it got, and keeps a description of it
-///   Return  replies with what it got
+/// The peer that the binding talks to, by member of the call:
+///   Echo    replies with what it received, and keeps a description of it
+///   Return  replies with what it received
 ///   Answer  replies with the body that the test gave
 ///   Emit    sends the signal test.Interface.Signal from the path of the call, then replies
 ///   Refuse  replies with an error; Grunt with one that has no message; Ignore does not reply
@@ -244,7 +244,7 @@ class Binding : public testing::Test
 class BindingValues : public Binding
 {
   protected:
-    /// Sends the value to the peer and back: what raw sd-bus sees there, and what comes back.
+    /// Sends the value to the peer and back; checks what raw sd-bus reads there, and what returns.
     template <typename T>
     void expect_round_trip(const T& value, const std::string& signature, const std::string& content)
     {
@@ -414,10 +414,10 @@ TEST_F(BindingValues, MebibyteOfBytes)
     call.append(bytes, uint16_t{77});
     auto reply = bus.call(call, 0);
     std::vector<uint8_t> read_back;
-    uint16_t behind = 0;
-    reply.read(read_back, behind);
+    uint16_t after = 0;
+    reply.read(read_back, after);
     EXPECT_TRUE(read_back == bytes);
-    EXPECT_EQ(behind, 77);
+    EXPECT_EQ(after, 77);
 }
 
 TEST_F(BindingValues, MessageSharesItsContentWithCopies)
@@ -489,16 +489,16 @@ TEST_F(BindingReplies, VariantOfNoAlternativeIsSkipped)
 {
     auto reply = receive([](sd_bus_message* body) {
         require(
-            sd_bus_message_append(body, "vvs", "d", 1.5, "a{sv}", 1, "x", "ay", 2, 1, 2, "behind"));
+            sd_bus_message_append(body, "vvs", "d", 1.5, "a{sv}", 1, "x", "ay", 2, 1, 2, "after"));
     });
     using Value = std::variant<std::string, uint32_t>;
     Value number{uint32_t{9}};
     Value map{uint32_t{9}};
-    std::string behind;
-    reply.read(number, map, behind);
+    std::string after;
+    reply.read(number, map, after);
     EXPECT_EQ(number, Value{std::string{}});
     EXPECT_EQ(map, Value{std::string{}});
-    EXPECT_EQ(behind, "behind");
+    EXPECT_EQ(after, "after");
 }
 
 TEST_F(BindingReplies, SkippedVariantInAMapKeepsItsNeighbours)
@@ -509,11 +509,11 @@ TEST_F(BindingReplies, SkippedVariantInAMapKeepsItsNeighbours)
     });
     using Value = std::variant<std::string, uint16_t, bool>;
     std::map<std::string, Value> map;
-    uint16_t behind = 0;
-    reply.read(map, behind);
+    uint16_t after = 0;
+    reply.read(map, after);
     EXPECT_EQ(
         map, (std::map<std::string, Value>{{"a", uint16_t{1}}, {"b", std::string{}}, {"c", true}}));
-    EXPECT_EQ(behind, 8);
+    EXPECT_EQ(after, 8);
 }
 
 TEST_F(BindingReplies, ManagedObjectsAreMapsByPath)
@@ -524,12 +524,12 @@ TEST_F(BindingReplies, ManagedObjectsAreMapsByPath)
     });
     using Interfaces = std::map<std::string, std::map<std::string, std::variant<bool, uint16_t>>>;
     std::map<object_path, Interfaces> objects;
-    uint32_t behind = 0;
-    reply.read(objects, behind);
+    uint32_t after = 0;
+    reply.read(objects, after);
     const Interfaces first{{"i.One", {{"eid", uint16_t{1}}}}, {"i.Two", {}}};
     EXPECT_EQ(objects, (std::map<object_path, Interfaces>{{object_path{"/a"}, {}},
                                                           {object_path{"/b"}, first}}));
-    EXPECT_EQ(behind, 9U);
+    EXPECT_EQ(after, 9U);
 }
 
 TEST_F(BindingReplies, WrappedRawMessageHasItsOwnReference)
@@ -602,7 +602,7 @@ TEST_P(BindingReadFailure, ReplyEndsEarly)
     EXPECT_EQ(failure_of([&] { GetParam().read(reply); }), GetParam().step + ": " + end_of_message);
 }
 
-TEST_P(BindingReadFailure, ReplyEndsBehindWhatWasRead)
+TEST_P(BindingReadFailure, ReplyEndsAfterWhatWasRead)
 {
     auto reply = receive([](sd_bus_message* body) { append_sample(body, "q"); });
     read_one<uint16_t>(reply);
@@ -656,7 +656,7 @@ TEST_F(BindingReplies, SomethingElseWhereAVariantIsReadFails)
               "sd_bus_message_skip variant: System.Error.ENXIO: No such device or address");
 }
 
-/// sd-bus takes it as skipped: at the end of a message sd_bus_message_skip succeeds.
+/// At the end of a message sd_bus_message_skip succeeds, so the variant counts as skipped.
 TEST_F(BindingReplies, EndOfTheReplyReadAsAVariantIsTheFirstAlternative)
 {
     auto reply = receive([](sd_bus_message*) {});
@@ -665,8 +665,8 @@ TEST_F(BindingReplies, EndOfTheReplyReadAsAVariantIsTheFirstAlternative)
     EXPECT_EQ(value, (std::variant<std::string, uint32_t>{std::string{}}));
 }
 
-/// Leaves the array behind the binding's back when its first element is kept, so that the leaving of
-/// the container around it fails.
+/// The message whose array LeavingAllocator leaves when the first element is stored; then the binding fails to
+/// leave the container around it.
 sd_bus_message* message_to_leave = nullptr;
 
 template <typename T>
@@ -856,10 +856,9 @@ TEST_F(Binding, NoDaemon)
     }
     catch (const SdBusError& error)
     {
-        EXPECT_STREQ(
-            error.what(),
-            "sd_bus_default_system: org.freedesktop.DBus.Error.FileNotFound: No such file or directory");
-        EXPECT_EQ(error.get_errno(), ENOENT);
+        EXPECT_STREQ(error.what(),
+                     "sd_bus_default_system: System.Error.ECONNREFUSED: Connection refused");
+        EXPECT_EQ(error.get_errno(), ECONNREFUSED);
     }
 }
 
@@ -898,7 +897,7 @@ TEST_F(Binding, ProcessAndWaitFailWithoutTheDaemon)
 TEST_F(Binding, ProcessAndWaitFailOnAClosedConnection)
 {
     auto bus = new_default_system();
-    sd_bus_close(borrow_default_bus());
+    bus.close();
     EXPECT_EQ(failure_of_processing(bus), process_failure);
     EXPECT_EQ(failure_of([&] { bus.wait(1000); }), wait_failure);
 }
@@ -913,7 +912,7 @@ void process_all(bus_t& bus)
 TEST_F(Binding, IdleConnectionHasNothingToProcess)
 {
     auto bus = new_default_system();
-    // The daemon greets a new connection with a signal; the reply to a call comes behind it.
+    // The daemon greets a new connection with a signal; the reply to a call comes after it.
     call_daemon(bus);
     process_all(bus);
     EXPECT_EQ(bus.wait(1000), 0);
@@ -971,6 +970,18 @@ TEST_F(Binding, ConnectionClosesWithItsLastReference)
     EXPECT_NE(new_default_system().get_unique_name(), name);
 }
 
+TEST_F(Binding, CloseEndsTheConnectionForAllItsHolders)
+{
+    auto bus = new_default_system();
+    const match_t match{bus, "type='signal'", [](message_t&) {}};
+    auto other = new_default_system();
+    const auto name = bus.get_unique_name();
+    bus.close();
+    EXPECT_TRUE(daemon_forgets(name));
+    EXPECT_EQ(failure_of([&] { call_daemon(other); }),
+              "sd_bus_call: System.Error.ENOTCONN: Transport endpoint is not connected");
+}
+
 TEST_F(Binding, ConstructionCompletesTheHello)
 {
     auto bus = new_default_system();
@@ -1001,7 +1012,7 @@ const std::string signal_rule = "type='signal',interface='test.Interface',member
 class BindingMatch : public Binding
 {
   protected:
-    /// A subscription that notes path and argument of every signal, behind the label.
+    /// A subscription that records the label, path and argument of every signal.
     match_t subscribe(const std::string& label, const std::string& rule = signal_rule)
     {
         return {bus, rule, [this, label](message_t& signal) {
@@ -1011,7 +1022,7 @@ class BindingMatch : public Binding
                 }};
     }
 
-    /// Lets the peer send a signal from the path and handles all that has arrived with its reply.
+    /// Lets the peer send a signal from the path, and processes what arrives up to its reply.
     void emit(const char* path)
     {
         call_peer(bus, "Emit", path);

@@ -49,6 +49,16 @@ TEST(CallLog, AppendsAndFlushesEachLine)
     EXPECT_EQ(content.str(), "before\nReAuthenticate a.b /d12 -\n");
 }
 
+TEST(CallLog, ThatCannotBeWrittenIsNamedOnce)
+{
+    CallLog log("/dev/full");
+    testing::internal::CaptureStderr();
+    log.write({"/d12", "a.b", "ReAuthenticate", {}});
+    log.write({"/d12", "a.b", "ReAuthenticate", {}});
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "spdm-simulator: cannot write to /dev/full: No space left on device\n");
+}
+
 TEST(CallLog, ThatCannotBeOpenedIsNamed)
 {
     EXPECT_EQ(complaint_of<std::system_error>([] { CallLog log("/no/such/folder/calls"); }),

@@ -86,6 +86,16 @@ TEST_P(CommandMistake, IsNamed)
               GetParam().complaint);
 }
 
+TEST(CommandLine, IsText)
+{
+    const auto complaint = [](const std::string& line) {
+        return complaint_of<std::runtime_error>([&] { parse_line(line); });
+    };
+    EXPECT_EQ(complaint("set /a P s \"\xff\""), "a command is UTF-8 text");
+    EXPECT_EQ(complaint(std::string("remove /a\0b", 11)),
+              "a command cannot hold the character U+0000");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     CommandLine, CommandMistake,
     testing::Values(
@@ -100,13 +110,28 @@ INSTANTIATE_TEST_SUITE_P(
                 "the member \"foo\" is not known here"},
         Mistake{"NoProperty", "set /a", "PROPERTY is missing"},
         Mistake{"NoSignature", "set /a P", "SIGNATURE is missing"},
-        Mistake{"NoValue", "set /a P q", "value: [SIGNATURE, VALUE] is expected"},
-        Mistake{"ValueRange", "set /a P q -1",
-                "value[1]: -1 is out of range for type q (0 to 65535)"},
-        Mistake{"ValueJson", "set /a P s word", "VALUE is no JSON value"},
-        Mistake{"SignalName", "signal /a b D", "b D is no valid interface and member"},
-        Mistake{"SignalCount", "signal /a b.c D qq 1",
-                "values: the signature \"qq\" asks for 2 values, not 1"},
+        Mistake{"NoValue", "set /a P q", R"(VALUE is missing; for a text, type: set /a P s "q")"},
+        Mistake{"BareText", "set /a  P CPU-NEW",
+                R"("CPU-NEW" is no valid signature: 'C' is no type here; )"
+                R"(for a text, type: set /a  P s "CPU-NEW")"},
+        Mistake{"BareWords", R"(set /a P my "own" text)",
+                R"("my" is no valid signature: 'm' is no type here; )"
+                R"(for a text, type: set /a P s "my \"own\" text")"},
+        Mistake{"TwoValues", "set /a P qq 1 2", "a property has one value, not 2"},
+        Mistake{"ValueRange", "set /a P q -1", "VALUE: -1 is out of range for type q (0 to 65535)"},
+        Mistake{"ValueJson", "set /a P s two words",
+                R"(VALUE is no JSON value; for a text, type: set /a P s "two words")"},
+        Mistake{"SignalInterface", "signal /a b D", "\"b\" is no valid interface name"},
+        Mistake{"SignalInterfaceDigit", "signal /a b.9c D", "\"b.9c\" is no valid interface name"},
+        Mistake{"SignalMember", "signal /a a.b 9x q 1", "\"9x\" is no valid member name"},
+        Mistake{"SignalReserved", "signal /a org.freedesktop.DBus.Local D",
+                "\"org.freedesktop.DBus.Local\" is reserved by the bus"},
+        Mistake{"PathReserved", "error /org/freedesktop/DBus/Local 1",
+                "\"/org/freedesktop/DBus/Local\" is reserved by the bus"},
+        Mistake{"SignalCount", "signal /a b.c D qq 1", "VALUE 2 is missing"},
+        Mistake{"SignalRange", "signal /a b.c D qq 1 -1",
+                "VALUE 2: -1 is out of range for type q (0 to 65535)"},
+        Mistake{"SignalMore", "signal /a b.c D q 1 2", "there is more than the command takes: 2"},
         Mistake{"NoCode", "error /a", "N is missing"},
         Mistake{"CodeRange", "error /a 65536", "N: 65536 is out of range (0 to 65535)"},
         Mistake{"ProgressRange", "progress /a 256", "N: 256 is out of range (0 to 255)"},

@@ -78,7 +78,7 @@ TEST(SuiteMenu, AnUnknownCurrentDeviceAborts)
             "#################################################\n");
 }
 
-/// Whatever is entered as an index where no device is known.
+/// No index is valid when no device is known.
 class IndexOfNone : public testing::TestWithParam<const char*>
 {
 };
@@ -98,7 +98,7 @@ std::string failing_call(const std::string& heading)
     return "\n=== Testing Invalid " + heading + " ===\nObject name not found.\n✓ PASS: Invalid ";
 }
 
-/// As of a device that was removed in the meantime: nothing is asked, the descriptor neither.
+/// As for a device that was removed meanwhile: no call is made, not even for the descriptor.
 TEST(Suite, OfAnUnknownDeviceRunsTheFailureTestsAlone)
 {
     const std::string rule = "#################################################\n";

@@ -101,7 +101,7 @@ TEST(ReAuthenticate, PassesAndLeavesAPassedDeviceAlone)
     EXPECT_TRUE(answer.signals.empty());
 }
 
-TEST(ReAuthenticate, ChangesTheStatusAndTellsOfIt)
+TEST(ReAuthenticate, ChangesTheStatusAndSignalsIt)
 {
     Device device = small_device();
     device.authentication = 3;

@@ -1,3 +1,4 @@
+#include "name_of.hpp"
 #include "recorded_console.hpp"
 #include "shell/discovery.hpp"
 
@@ -58,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
                     PathCase{"Truncated", "/x70000", 4464},
                     PathCase{"TruncatedToZero", "/x65536", 0},
                     PathCase{"Greatest32Bit", "/x2147483647", 65535}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 TEST(EidFromPathRange, BeyondTheSigned32BitsIsAnError)
 {

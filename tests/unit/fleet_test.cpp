@@ -33,7 +33,7 @@ Device parse_device(const std::string& members)
     return parse_fleet(device_with(members)).devices.at(0);
 }
 
-/// A folder that goes with the test.
+/// A temporary folder, removed with the object.
 class Folder
 {
   public:
@@ -280,19 +280,20 @@ TEST_P(FleetMistake, IsNamedWithItsPlace)
 
 INSTANTIATE_TEST_SUITE_P(
     Top, FleetMistake,
-    testing::Values(Mistake{"NoObject", "[]", "an object is expected, not an array"},
-                    Mistake{"UnknownMember", R"({"device": []})",
-                            "the member \"device\" is not known here"},
-                    Mistake{"ServiceWord", R"({"service": "gone"})",
-                            "service: \"present\" or \"absent\" is expected, not \"gone\""},
-                    Mistake{"ServiceNumber", R"({"service": 1})",
-                            "service: a text is expected, not a whole number"},
-                    Mistake{"DevicesObject", R"({"devices": {}})",
-                            "devices: an array is expected, not an object"},
-                    Mistake{"SamePath", R"({"devices": [{"path": "/a/b1"}, {"path": "/a/b1"}]})",
-                            "devices[1]: its path /a/b1 is already that of devices[0]"},
-                    Mistake{"MethodName", R"({"methods": {"Get": []}})",
-                            "methods: the member \"Get\" is not known here"}),
+    testing::Values(
+        Mistake{"NoObject", "[]", "an object is expected, not an array"},
+        Mistake{"NumberTooLarge", R"({"devices": 1e999})", "number overflow parsing '1e999'"},
+        Mistake{"UnknownMember", R"({"device": []})", "the member \"device\" is not known here"},
+        Mistake{"ServiceWord", R"({"service": "gone"})",
+                "service: \"present\" or \"absent\" is expected, not \"gone\""},
+        Mistake{"ServiceNumber", R"({"service": 1})",
+                "service: a text is expected, not a whole number"},
+        Mistake{"DevicesObject", R"({"devices": {}})",
+                "devices: an array is expected, not an object"},
+        Mistake{"SamePath", R"({"devices": [{"path": "/a/b1"}, {"path": "/a/b1"}]})",
+                "devices[1]: its path /a/b1 is already that of devices[0]"},
+        Mistake{"MethodName", R"({"methods": {"Get": []}})",
+                "methods: the member \"Get\" is not known here"}),
     name_of);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -318,6 +319,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "devices[0].properties.XMID[1]: 65536 is out of range for type q (0 to 65535)"},
         Mistake{"InterfaceName", device_with(R"("interfaces": {"x": {}})"),
                 "devices[0].interfaces.x: the name of the interface is not valid"},
+        Mistake{"InterfaceZero", device_with(R"("interfaces": {"a.b\u0000c": {}})"),
+                R"(devices[0].interfaces.a.b\u0000c: the name of the interface is not valid)"},
+        Mistake{"PropertyZero", device_with(R"("properties": {"P\u0000": ["q", 1]})"),
+                R"(devices[0].properties.P\u0000: a D-Bus text cannot hold the character U+0000)"},
         Mistake{"DeviceInterface", device_with(R"("interfaces": {"com.varn.bmc.spdm.spdm": {}})"),
                 "devices[0].interfaces.com.varn.bmc.spdm.spdm: the properties of this interface "
                 "belong under \"properties\""},
@@ -380,6 +385,15 @@ INSTANTIATE_TEST_SUITE_P(
                 "signals[0].signal[1]: \"b\" is no valid interface name"},
         Mistake{"SignalMember", R"({"signals": [{"signal": ["/a", "b.c", "D.E", [""]]}]})",
                 "signals[0].signal[2]: \"D.E\" is no valid member name"},
+        Mistake{"SignalMemberDigit", R"({"signals": [{"signal": ["/a", "b.c", "9x", ["q", 1]]}]})",
+                "signals[0].signal[2]: \"9x\" is no valid member name"},
+        Mistake{"SignalInterfaceReserved",
+                R"({"signals": [{"signal": ["/a", "org.freedesktop.DBus.Local", "D", [""]]}]})",
+                "signals[0].signal[1]: \"org.freedesktop.DBus.Local\" is reserved by the bus"},
+        Mistake{"PathReserved", R"({"signals": [{"remove": "/org/freedesktop/DBus/Local"}]})",
+                "signals[0].remove: \"/org/freedesktop/DBus/Local\" is reserved by the bus"},
+        Mistake{"SetProperty", R"({"signals": [{"set": ["/a", "P\u0000", ["b", true]]}]})",
+                "signals[0].set[1]: a D-Bus text cannot hold the character U+0000"},
         Mistake{"SignalBody", R"({"signals": [{"signal": ["/a", "b.c", "D", ["q"]]}]})",
                 "signals[0].signal[3]: the signature \"q\" asks for 1 values, not 0"}),
     name_of);

@@ -76,7 +76,7 @@ TEST(HexDump, ThatStartsAtALaterLineShowsOffsetsFromItsOwnStart)
                                       "  0010: 10 \n");
 }
 
-/// The layout told another way, byte by byte, to compare with.
+/// The same layout made byte by byte, to compare with.
 std::string dump_by_bytes(const std::vector<std::uint8_t>& bytes, std::size_t first_position)
 {
     std::string text;
@@ -109,27 +109,6 @@ TEST(HexDump, OfEachLengthAtEachAlignment)
                 << size << " bytes at " << position;
         }
     }
-}
-
-class FlushCounter : public std::stringbuf
-{
-  public:
-    int flushes = 0;
-
-  protected:
-    int sync() override
-    {
-        ++flushes;
-        return std::stringbuf::sync();
-    }
-};
-
-TEST(HexDump, FlushesOnceALine)
-{
-    FlushCounter buffer;
-    std::ostream out{&buffer};
-    print_hex_dump(out, counting(33));
-    EXPECT_EQ(buffer.flushes, 3);
 }
 
 TEST(HexDump, NeitherMindsNorChangesTheFormatOfTheStream)

@@ -128,15 +128,6 @@ TEST_P(ValueMistake, IsNamedWithItsPlace)
               GetParam().complaint);
 }
 
-const std::string nested_variants = [] {
-    std::string text = R"(["q", 1])";
-    for (int i = 0; i < 60; ++i)
-    {
-        text = R"(["v", )" + text + "]";
-    }
-    return text;
-}();
-
 INSTANTIATE_TEST_SUITE_P(
     Basic, ValueMistake,
     testing::Values(
@@ -178,7 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
         TypedMistake{"Path", "o", R"("/a/")", "value: \"/a/\" is no valid object path"},
         TypedMistake{"Signature", "g", R"("a")",
                      "value: \"a\" is no valid signature: a type is missing at its end"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 INSTANTIATE_TEST_SUITE_P(
     Container, ValueMistake,
@@ -213,12 +204,44 @@ INSTANTIATE_TEST_SUITE_P(
                      "value.a: a whole number is expected, not a text"},
         TypedMistake{"DictionaryPair", "a{sq}", R"([["a"]])",
                      "value[0]: 2 values are expected, not 1"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
-TEST(JsonValue, VariantsMayNotNestWithoutEnd)
+/// A q inside this many variants.
+std::string nested_variants(int count)
 {
-    parse_value("v", nested_variants.substr(6, nested_variants.size() - 7));
-    EXPECT_THROW(parse_value("v", R"(["v", )" + nested_variants + "]"), PlaceError);
+    std::string text = R"(["q", 1])";
+    for (int i = 1; i < count; ++i)
+    {
+        text = R"(["v", )" + text + "]";
+    }
+    return text;
+}
+
+std::string value_complaint(const std::string& type, const std::string& json)
+{
+    return complaint_of<PlaceError>([&] { parse_value(type, json); });
+}
+
+TEST(JsonValue, NestsAsDeepAsTheBusTakes)
+{
+    EXPECT_EQ(value_complaint("v", nested_variants(57)), "(no complaint)");
+    const std::string complaint = value_complaint("v", nested_variants(58));
+    const std::string expected = "more than 57 containers within each other";
+    EXPECT_TRUE(complaint.ends_with(expected)) << complaint;
+    EXPECT_EQ(value_complaint("aa{s(v)}", R"([{"k": [)" + nested_variants(53) + "]}]"),
+              "(no complaint)");
+    EXPECT_NE(value_complaint("aa{s(v)}", R"([{"k": [)" + nested_variants(54) + "]}]"),
+              "(no complaint)");
+}
+
+TEST(JsonValue, NestedRepeatsHaveALimit)
+{
+    EXPECT_EQ(value_complaint("aan", R"({"repeat": {"repeat": 1, "times": 1000}, "times": 9991})"),
+              "value.times: 9991 is out of range (0 to 9990)");
+    const std::string piece(64, 'x');
+    EXPECT_EQ(value_complaint("as", R"({"repeat": {"repeat": ")" + piece +
+                                        R"(", "times": 524287}, "times": 5})"),
+              "value.times: 5 is out of range (0 to 4)");
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "name_of.hpp"
 #include "recorded_console.hpp"
 #include "suites/measurement_test_cases.hpp"
 
@@ -72,6 +73,6 @@ INSTANTIATE_TEST_SUITE_P(
                              "\n=== Testing Signed Measurement with Nonce ===\n"
                              "Indices: Nonce: \n",
                              "✗ FAIL: Signed measurement with nonce test failed\n"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 } // namespace

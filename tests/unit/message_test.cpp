@@ -15,7 +15,7 @@ namespace
 
 using namespace simulator;
 
-/// A connection to nobody: enough to build messages.
+/// An unconnected bus object: enough to build messages.
 class Message : public testing::TestWithParam<std::string>
 {
   protected:
@@ -94,6 +94,65 @@ TEST_F(Message, ThatCannotBeBuiltNamesTheStep)
     EXPECT_EQ(
         complaint_of<BusFailure>([&] { append_values(message.get(), Body{number_value('q', 1)}); }),
         "sd_bus_message_append_basic: Operation not permitted");
+}
+
+struct SizeCase
+{
+    std::string name;
+    std::string body;
+    std::size_t size;
+};
+
+std::ostream& operator<<(std::ostream& out, const SizeCase& size)
+{
+    return out << size.body;
+}
+
+class BodySize : public testing::TestWithParam<SizeCase>
+{
+};
+
+TEST_P(BodySize, IsThatOfTheBusFormat)
+{
+    const auto json = parse_json(GetParam().body);
+    EXPECT_EQ(body_size(body_from_json(JsonPlace(*json))), GetParam().size);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Message, BodySize,
+    testing::Values(SizeCase{"Empty", R"json([""])json", 0},
+                    SizeCase{"Byte", R"json(["y", 1])json", 1},
+                    SizeCase{"AlignedWord", R"json(["yu", 1, 2])json", 8},
+                    SizeCase{"ShortNumbers", R"json(["ynq", 1, 2, 3])json", 6},
+                    SizeCase{"LongNumbers", R"json(["bxtd", true, 1, 2, 1.5])json", 32},
+                    SizeCase{"Text", R"json(["ys", 1, "abc"])json", 12},
+                    SizeCase{"Signature", R"json(["yg", 1, "ai"])json", 5},
+                    SizeCase{"Bytes", R"json(["yay", 1, "0102"])json", 10},
+                    SizeCase{"NoElements", R"json(["at", []])json", 8},
+                    SizeCase{"Elements", R"json(["aq", [1, 2, 3]])json", 10},
+                    SizeCase{"Variant", R"json(["v", ["s", "ab"]])json", 11},
+                    SizeCase{"Structure", R"json(["y(yx)", 1, [2, 3]])json", 24},
+                    SizeCase{"Structures", R"json(["a(qay)", [[1, "00"], [2, ""]]])json", 32},
+                    SizeCase{"Dictionary", R"json(["a{sv}", {"k": ["q", 7]}])json", 20}),
+    [](const auto& info) { return info.param.name; });
+
+std::string size_complaint(Value value)
+{
+    Body body;
+    body.push_back(std::move(value));
+    return complaint_of<BusFailure>([&] { body_size(body); });
+}
+
+TEST(BodySizeLimit, IsThatOfTheBus)
+{
+    constexpr std::size_t mebibyte = 1024UL * 1024;
+    Bytes bytes(64 * mebibyte);
+    EXPECT_EQ(size_complaint(bytes_value(bytes)), "(no complaint)");
+    bytes.push_back(0);
+    EXPECT_EQ(size_complaint(bytes_value(std::move(bytes))),
+              "an array is larger than the 64 MiB that a bus takes");
+    EXPECT_EQ(size_complaint(text_value(std::string(128 * mebibyte, 'x'))),
+              "the message is larger than the 128 MiB that a bus takes");
 }
 
 } // namespace

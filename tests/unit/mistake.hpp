@@ -1,11 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "name_of.hpp"
 
 #include <ostream>
 #include <string>
 
-/// What somebody wrote, and what has to be said of it.
+/// Wrong input, and the complaint it must cause.
 struct Mistake
 {
     std::string name;
@@ -18,12 +18,7 @@ inline std::ostream& operator<<(std::ostream& out, const Mistake& mistake)
     return out << mistake.written;
 }
 
-inline std::string name_of(const testing::TestParamInfo<Mistake>& info)
-{
-    return info.param.name;
-}
-
-/// what() of the Complaint that the action ends with.
+/// what() of the Complaint that the action throws.
 template <typename Complaint, typename Action>
 std::string complaint_of(Action action)
 {

@@ -3,10 +3,8 @@
 #include <sys/types.h>
 
 /// A dbus-daemon of the test's own, reached as the system bus while the object lives. One at a time, as the
-/// address is the process's.
-///
-/// It is started and watched by a keeper process that stops it and removes its folder as soon as the test process lets
-/// go, be it by stop(), by an exit or by a crash.
+/// address is the process's. It leaves nothing behind, however the test ends: its socket has no file, its
+/// configuration neither, and the kernel ends it with the test.
 class PrivateBus
 {
   public:
@@ -20,6 +18,5 @@ class PrivateBus
     void stop();
 
   private:
-    int lifeline = -1;
-    pid_t keeper = -1;
+    pid_t daemon = -1;
 };

@@ -76,7 +76,7 @@ std::string report(PropertyMap properties)
     return out.str();
 }
 
-/// What is printed before the exception that must come.
+/// The text printed before the required exception.
 std::string broken_report(PropertyMap properties)
 {
     std::ostringstream out;
@@ -124,7 +124,7 @@ TEST(PropertyReport, TakesAnAbsentTextForAnEmptyOneAndEntersIt)
     EXPECT_EQ(std::get<std::string>(properties.at("MeasurementSummary")), "");
 }
 
-TEST(PropertyReport, EndsBehindTheLabelOfAnAbsentNumber)
+TEST(PropertyReport, EndsAfterTheLabelOfAnAbsentNumber)
 {
     auto properties = all_properties();
     properties.erase("PhyBinding");
@@ -132,7 +132,7 @@ TEST(PropertyReport, EndsBehindTheLabelOfAnAbsentNumber)
               report_before("PhyBinding") + "PhyBinding                          : ");
 }
 
-TEST(PropertyReport, EndsBehindTheLabelOfAnAbsentBool)
+TEST(PropertyReport, EndsAfterTheLabelOfAnAbsentBool)
 {
     auto properties = all_properties();
     properties.erase("Certificate");
@@ -149,7 +149,7 @@ TEST(PropertyReport, SwitchesToWordsBeforeABoolThatIsAbsent)
     EXPECT_TRUE(out.flags() & std::ios_base::boolalpha);
 }
 
-TEST(PropertyReport, EndsBehindTheLabelOfAPropertyOfAnotherType)
+TEST(PropertyReport, EndsAfterTheLabelOfAPropertyOfAnotherType)
 {
     for (const auto& [name, value] : all_properties())
     {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <system_error>
 
-/// For the raw side of the tests: what fails there is a fault of the test.
+/// Throws on an error of raw sd-bus: that is a fault of the test, not of the code under test.
 inline int require(int result)
 {
     if (result < 0)
@@ -35,7 +35,7 @@ using RawBus = std::unique_ptr<sd_bus, Unref>;
 using RawMessage = std::unique_ptr<sd_bus_message, Unref>;
 using RawSlot = std::unique_ptr<sd_bus_slot, Unref>;
 
-/// A connection of its own, independent of the thread's default one.
+/// A new connection, independent of the thread's default one.
 inline RawBus open_raw_bus()
 {
     sd_bus* connection = nullptr;

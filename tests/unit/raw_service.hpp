@@ -12,8 +12,8 @@
 /// Writes the body of a message with raw sd-bus.
 using Body = std::function<void(sd_bus_message*)>;
 
-/// The other end of the bus: raw sd-bus on a connection and a thread of its own, with a name. Every call is
-/// given to the handler, on that thread. What the handler uses must be there before, and stay until after.
+/// A service by raw sd-bus, with its own connection and thread. The handler gets every call, on that thread;
+/// whatever it uses must outlive the service.
 class RawService
 {
   public:

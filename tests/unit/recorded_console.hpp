@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-/// Takes what is printed to std::cout while it lives, flush by flush.
+/// Records what is printed to std::cout during its lifetime, flush by flush.
 class RecordedConsole : private std::stringbuf
 {
   public:
-    /// `at_flush` is called when something is given out.
+    /// `at_flush` is called at each flush.
     explicit RecordedConsole(void (*at_flush)() = [] {})
         : at_flush(at_flush), console(std::cout.rdbuf(this))
     {}
@@ -22,14 +22,14 @@ class RecordedConsole : private std::stringbuf
     RecordedConsole(const RecordedConsole&) = delete;
     RecordedConsole& operator=(const RecordedConsole&) = delete;
 
-    /// What each flush gave out.
+    /// The text of each flush.
     const std::vector<std::string>& flushed() const
     {
         return pieces;
     }
 
-    /// All that was printed, with a mark where a flush did not give out one line (with an empty line before
-    /// it, if any), and before what was not flushed.
+    /// All text, with a mark before a flush of more or less than one line (an empty line may come before it), and
+    /// before text without a flush.
     std::string lines() const
     {
         std::string all;

@@ -1,3 +1,4 @@
+#include "name_of.hpp"
 #include "suites/results_table.hpp"
 
 #include <gtest/gtest.h>
@@ -76,7 +77,7 @@ class Grades : public testing::TestWithParam<GradeCase>
 {
 };
 
-/// A single category's rate is the overall rate, too.
+/// With a single category, its rate is also the overall rate.
 TEST_P(Grades, OfARate)
 {
     const auto text = results({{"Stress Tests", GetParam().result}});
@@ -137,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
             "| Stress Tests                    |       0|       0|        0% | ✗ FAIL  |",
             "| OVERALL SUMMARY                 |       0|       0|        0% | ✗ NEEDS ATTENTION |",
             attention}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 TEST(Results, CountTheOverallRateFromTheSums)
 {

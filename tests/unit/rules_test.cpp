@@ -34,7 +34,7 @@ Body arguments(std::vector<std::uint64_t> indices, std::uint64_t slot, const std
 
 const Body any_arguments = arguments({1}, 0, "");
 
-/// Which of the calls 1 to 10 the one rule with these members is for.
+/// Those of the calls 1 to 10 that a rule with these members applies to.
 std::string calls_of(const std::string& members)
 {
     const auto rules = parse_rules("{" + members + R"(, "no_reply": true})");
@@ -169,6 +169,8 @@ INSTANTIATE_TEST_SUITE_P(
                 "rules.error: [ERROR NAME, MESSAGE] is expected"},
         Mistake{"ErrorName", R"({"error": ["Failed", "why"]})",
                 "rules.error[0]: \"Failed\" is no valid error name"},
+        Mistake{"ErrorNameDigit", R"({"error": ["a.9b", "why"]})",
+                "rules.error[0]: \"a.9b\" is no valid error name"},
         Mistake{"ErrorMessage", R"({"error": ["a.b", 5]})",
                 "rules.error[1]: a text is expected, not a whole number"},
         Mistake{"CutRange", R"({"cut": 256})", "rules.cut: 256 is out of range (0 to 255)"},

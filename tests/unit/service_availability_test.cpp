@@ -1,4 +1,5 @@
 #include "recorded_console.hpp"
+#include "shell/discovery.hpp"
 #include "suites/service_availability.hpp"
 
 #include <gtest/gtest.h>
@@ -12,7 +13,7 @@ class UnknownDevice : public testing::TestWithParam<Eid>
 {
 };
 
-/// A call would print what becomes of it, so nothing is sent.
+/// Any call would print its result, so the text also proves that none is made.
 TEST_P(UnknownDevice, IsNotAvailable)
 {
     const RecordedConsole console;

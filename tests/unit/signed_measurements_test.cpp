@@ -1,4 +1,5 @@
 #include "analysis_parts.hpp"
+#include "name_of.hpp"
 #include "operations/signed_measurements.hpp"
 #include "recorded_console.hpp"
 
@@ -12,18 +13,6 @@ namespace
 {
 
 const std::string validating = "\n🔍 VALIDATING SIGNED MEASUREMENT STRUCTURE...\n";
-
-std::string failure_block(const std::string& raw_data)
-{
-    return "❌ VALIDATION FAILED: Signed measurement structure is invalid\n"
-           "⚠️  WARNING: This may indicate:\n"
-           "   • Device did not include signature in last measurement\n"
-           "   • Signature algorithm mismatch\n"
-           "   • Data corruption or truncation\n"
-           "   • Device firmware issue\n"
-           "\nRaw data (first 80 chars): " +
-           raw_data + "\n";
-}
 
 struct SizeCase
 {
@@ -59,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(
                     SizeCase{"P384", "ECDSA-P384", 96}, SizeCase{"Rsa2048", "RSA-2048", 256},
                     SizeCase{"P521", "ECDSA-P521", 132}, SizeCase{"Ed25519", "ED25519", 64},
                     SizeCase{"Ed448", "ED448", 114}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 INSTANTIATE_TEST_SUITE_P(Unknown, SignatureSize,
                          testing::Values(SizeCase{"Empty", "", 0},
@@ -70,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Unknown, SignatureSize,
                                          SizeCase{"TpmP521", "TPM_ALG_ECDSA_ECC_NIST_P521", 0},
                                          SizeCase{"TpmRsa2048", "TPM_ALG_RSASSA_2048", 0},
                                          SizeCase{"MixedCase", "Ed25519", 0}),
-                         [](const auto& info) { return info.param.name; });
+                         name_of);
 
 SignedMeasurement measurement_of(const std::string& algorithm, const std::string& data = "data")
 {
@@ -99,7 +88,7 @@ TEST_P(InvalidStructure, IsReported)
     std::ostringstream out;
     EXPECT_FALSE(validate_signed_measurement(out, measurement_of(GetParam().algorithm),
                                              counting(GetParam().size)));
-    EXPECT_EQ(out.str(), validating + GetParam().finding + failure_block("data"));
+    EXPECT_EQ(out.str(), validating + GetParam().finding + validation_failure("data"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -124,14 +113,14 @@ INSTANTIATE_TEST_SUITE_P(
         ValidationCase{"OneByteTooFew", "ECDSA-P384", 111,
                        "⚠️  VALIDATION: Data size (111 bytes) too small for measurement + "
                        "signature\n"}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 TEST(Validation, OfAnEmptyTextSaysSo)
 {
     std::ostringstream out;
     EXPECT_FALSE(validate_signed_measurement(out, measurement_of("ECDSA-P384", ""), {}));
     EXPECT_EQ(out.str(), validating + "⚠️  VALIDATION: Empty signed measurement data\n" +
-                             failure_block(""));
+                             validation_failure(""));
 }
 
 TEST(Validation, OfEnoughBytesGivesTheSizes)
@@ -160,7 +149,7 @@ TEST(Validation, ShowsTheFirstEightyCharacters)
     EXPECT_EQ(raw_data_line(81), "Raw data (first 80 chars): " + std::string(80, 'A') + "...\n");
 }
 
-/// A dump of bytes that count from `first`, laid out on positions from `position`.
+/// A dump of the bytes `first`, `first` + 1 and so on, the first of them at `position` of the whole.
 std::string dump(std::size_t size, std::size_t first = 0, std::size_t position = 0)
 {
     std::string text;

@@ -1,4 +1,5 @@
 #include "recorded_console.hpp"
+#include "shell/discovery.hpp"
 #include "suites/slot_discovery.hpp"
 
 #include <gtest/gtest.h>

@@ -16,7 +16,7 @@ Body reply(const char* types, Values... values)
         [=](sd_bus_message* message) { require(sd_bus_message_append(message, types, values...)); };
 }
 
-/// Replies by member; for Get by "Get " and the property. What is not there is refused by an error.
+/// Replies by member; for Get by "Get " and the property. Other calls get an error.
 using Answers = std::map<std::string, Body>;
 
 /// The service, as the client sees it.

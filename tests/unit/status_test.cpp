@@ -1,3 +1,4 @@
+#include "name_of.hpp"
 #include "recorded_console.hpp"
 #include "shell/status.hpp"
 
@@ -123,6 +124,6 @@ INSTANTIATE_TEST_SUITE_P(
         AdviceCase{"NoCertificate", 19, "", 0},
         AdviceCase{"Resynchronize", 20, "ℹ INFO: Resynchronization required\n", 0},
         AdviceCase{"Unknown", 21, "", 0}, AdviceCase{"Negative", 0xFFFFFFFF, "", 0}),
-    [](const auto& info) { return info.param.name; });
+    name_of);
 
 } // namespace

@@ -53,6 +53,11 @@ std::string bus_t::get_unique_name()
     return name;
 }
 
+void bus_t::close()
+{
+    sd_bus_close(handle.get());
+}
+
 namespace bus
 {
 

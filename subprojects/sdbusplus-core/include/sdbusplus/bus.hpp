@@ -26,20 +26,24 @@ class bus_t
     /// Takes over the caller's reference.
     bus_t(sd_bus* connection, std::false_type);
 
-    /// A call that is still to be given its arguments and sent.
+    /// Creates a call, not sent yet.
     message_t new_method_call(const char* service, const char* path, const char* interface,
                               const char* member);
 
-    /// Sends a call and waits for its reply; an error reply is raised. 0 is the library's own time-out.
+    /// Sends a call and waits for its reply; an error reply is raised. 0 is the library's default timeout.
     message_t call(message_t& method_call, uint64_t timeout_us);
 
-    /// Handles what is pending, one message at most; true when it did something.
+    /// Dispatches at most one pending message; true when it did something.
     bool process_discard();
 
-    /// Waits until there is something to process, at most so long; positive when there is.
+    /// Waits up to the timeout until there is something to process; positive when there is.
     int wait(uint64_t timeout_us);
 
     std::string get_unique_name();
+
+    /// Closes the connection for all holders of a reference; this object keeps its own. Queued messages are
+    /// dropped, and later calls on the connection fail.
+    void close();
 
   private:
     friend class bus::match_t;
@@ -60,9 +64,9 @@ namespace bus
 
 /// The calling thread's shared connection to the system bus, opened if the thread has none yet.
 ///
-/// sd-bus keeps it in a thread-local and clears that when the last reference goes. References are also held by
-/// messages and matches: one that outlives the thread keeps the connection open, unprocessed, and its release
-/// writes to the storage of a thread that is gone.
+/// sd-bus keeps it in a thread-local variable and clears that with the last reference. Messages and matches hold
+/// references, too: one that outlives the thread keeps the connection open, unprocessed, unless it is closed, and
+/// releasing it writes to the storage of a thread that has ended.
 bus_t new_default_system();
 
 } // namespace bus

@@ -8,7 +8,7 @@
 namespace sdbusplus::exception
 {
 
-/// What every failure of the binding can tell beside what().
+/// Base of the errors of the binding.
 class exception : public std::exception
 {
   public:

@@ -31,7 +31,7 @@ class message_t
     message_t& operator=(message_t other) noexcept;
     ~message_t();
 
-    /// Writes each value behind what the message holds already.
+    /// Appends each value to the message.
     template <typename... Args>
     void append(const Args&... args)
     {
@@ -50,7 +50,7 @@ class message_t
     /// Object path that a call or a signal is about; null in a reply. Lives in the message.
     const char* get_path() const noexcept;
 
-    /// A further reference to the connection that the message came over. Needs <sdbusplus/bus.hpp>.
+    /// A new reference to the connection of the message. Needs <sdbusplus/bus.hpp>.
     bus_t get_bus() const;
 
   private:

@@ -50,7 +50,7 @@ void close_container(sd_bus_message* target, const AppendSteps& steps);
 template <typename T>
 using Appended = std::conditional_t<std::is_convertible_v<const T&, const char*>, const char*, T>;
 
-/// Declared ahead of them all, as containers nest in any order.
+/// Declared before its callers, as containers nest in any order.
 template <typename T>
 void append_value(sd_bus_message* target, const T& value);
 

@@ -7,7 +7,7 @@
 namespace sdbusplus::message
 {
 
-/// A D-Bus object path; told from plain text by its type, so that it travels as "o" and not as "s".
+/// A D-Bus object path: a type of its own, so that it is sent as "o" and not as "s".
 struct object_path
 {
     object_path() = default;

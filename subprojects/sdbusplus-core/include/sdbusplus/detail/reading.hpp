@@ -58,7 +58,7 @@ void exit_container(sd_bus_message* source, const ReadSteps& steps);
 std::string_view variant_contents(sd_bus_message* source);
 void skip_variant(sd_bus_message* source);
 
-/// Declared ahead of them all, as containers nest in any order.
+/// Declared before its callers, as containers nest in any order.
 template <typename T>
 void read_value(sd_bus_message* source, T& value);
 
@@ -125,7 +125,7 @@ void read_alternative(sd_bus_message* source, std::variant<Alternatives...>& var
 template <typename... Alternatives>
 void read_structure(sd_bus_message* source, std::variant<Alternatives...>& variant)
 {
-    // Asked once for all alternatives: most variants hold none of the first.
+    // Read once for all alternatives.
     const auto contents = variant_contents(source);
     if (((contents == signature_text<Alternatives> &&
           (read_alternative<Alternatives>(source, variant), true)) ||

@@ -47,7 +47,7 @@ template <typename T>
 concept Basic = basic_code<T>
 != '\0';
 
-/// sd-bus transfers these in the C++ type's own representation; bool it transfers as an int.
+/// Types that sd-bus transfers in their C++ representation; it transfers bool as an int.
 template <typename T>
 concept Number = Basic<T> && std::is_arithmetic_v<T> && !std::same_as<T, bool>;
 
@@ -61,7 +61,7 @@ inline constexpr bool is_map = false;
 template <typename... Parameters>
 inline constexpr bool is_map<std::map<Parameters...>> = true;
 
-/// Arrays whose memory is the wire's own layout.
+/// Arrays whose memory has the layout of the wire.
 template <typename T>
 concept IntegerVector =
     is_vector<T> && Number<typename T::value_type> && std::integral<typename T::value_type>;
@@ -86,11 +86,11 @@ Signature<Left..., Right...> operator+(Signature<Left...>, Signature<Right...>);
 template <typename T>
 struct SignatureOf;
 
-/// The signatures of several types, one behind the other.
+/// The joined signatures of several types.
 template <typename... Ts>
 using Joined = decltype((Signature<>{} + ... + typename SignatureOf<Ts>::type{}));
 
-/// What a container's signature has between its brackets: the form in which sd-bus wants it to enter or open one.
+/// The signature of a container's contents, as sd-bus takes it to enter or open the container.
 template <typename T>
 struct ContentsOf;
 
