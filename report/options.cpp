@@ -89,7 +89,7 @@ try
     std::string fail_on;
     CLI::App app;
     app.set_help_flag("-h,--help");
-    app.set_version_flag("--version", "spdm-report " SPDM_VERSION);
+    app.set_version_flag("--version", "spdm-report " PROJECT_VERSION);
     const auto not_empty = CLI::Validator(
         [](const std::string& name) {
             return name.empty() ? std::string("needs a file's name") : std::string();

@@ -9,7 +9,17 @@ import tempfile
 from pathlib import Path
 
 from harness import exe_wrapper
-from package_test import CLIENT_FILES, SIMULATOR_FILES, check_programs, files_below, listing, require_equal, run
+from package_test import (
+    CLIENT_FILES,
+    SIMULATOR_FILES,
+    TOOLS_FILES,
+    check_programs,
+    check_report,
+    files_below,
+    listing,
+    require_equal,
+    run,
+)
 
 # What only a package has.
 ADDED = ("changelog.gz", "copyright")
@@ -32,14 +42,18 @@ def has_documents(build):
 def check_install(build, folder):
     run("meson", "install", "-C", build, "--no-rebuild", "--destdir", folder)
     prefix = folder / "usr/local"
-    files = installed(CLIENT_FILES | SIMULATOR_FILES, has_documents(build))
+    # Without its libraries it is left out.
+    has_report = (build / "spdm-report").exists()
+    files = installed(CLIENT_FILES | SIMULATOR_FILES | (TOOLS_FILES if has_report else {}), has_documents(build))
     require_equal(listing(files), listing(files_below(prefix)), "the installed files")
     check_programs(prefix)
+    if has_report:
+        check_report(prefix)
 
 
 def check_image(source, folder, documents):
     """What the README's options for an image install, and with the documents."""
-    options = ("--prefix=/usr", "-Dtests=disabled", "-Dsimulator=disabled")
+    options = ("--prefix=/usr", "-Dtests=disabled", "-Dsimulator=disabled", "-Dreport=disabled")
     run("meson", "setup", folder, source, *options, *(["-Ddocs=enabled"] if documents else []))
     found = json.loads(run("meson", "introspect", "--installed", folder).stdout).values()
     expected = ["/usr/" + name for name in installed(CLIENT_FILES, documents)]

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Unpacks built Debian packages into a folder of its own, checks what they hold, and runs the programs
-from there. scripts/package makes the packages. Called as: FILE CLIENT.deb SIMULATOR.deb"""
+from there. scripts/package makes the packages. Called as: FILE CLIENT.deb SIMULATOR.deb TOOLS.deb"""
 
 import difflib
 import os
@@ -9,7 +9,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-from harness import Bench, mask
+from harness import Bench, exe_wrapper, mask
 
 ARM64_WRAPPER = "qemu-aarch64-static"
 
@@ -37,6 +37,17 @@ SIMULATOR_FILES = {
     "usr/share/spdm-simulator/fleets/signing.json": DATA,
     **{f"usr/share/spdm-simulator/fleets/keys/{name}.pem": DATA for name in KEYS},
 }
+TOOLS_FILES = {
+    "usr/bin/spdm-report": PROGRAM,
+    "usr/share/bash-completion/completions/spdm-report": DATA,
+    "usr/share/doc/spdm-tools/changelog.gz": DATA,
+    "usr/share/doc/spdm-tools/copyright": DATA,
+    "usr/share/doc/spdm-tools/report.md": DATA,
+    "usr/share/doc/spdm-tools/report.schema.json": DATA,
+    "usr/share/man/man1/spdm-report.1.gz": DATA,
+}
+# The client must not need them.
+TOOLS_LIBRARIES = ("libfmt", "libzstd", "zlib1g")
 
 # The device at index 2 fails its re-authentication, so another fleet, or none, is noticed.
 TYPED = "2\n2\n1\n8\n-1\n9\n4\n"
@@ -103,12 +114,24 @@ def check_programs(prefix):
     run(sys.executable, TESTS / "monitor/fleets_test.py", *programs, "one-by-one")
 
 
+def check_report(prefix):
+    """The installed spdm-report on that transcript, in which a device fails."""
+    transcript = (TESTS / "package_transcript.txt").read_text(encoding="utf-8").replace("<us>", "7")
+    command = [*exe_wrapper(), prefix / "bin/spdm-report", "-"]
+    done = subprocess.run(command, input=transcript, capture_output=True, encoding="utf-8")
+    assert done.returncode == 1 and not done.stderr, f"spdm-report: status {done.returncode}\n{done.stderr}"
+    assert done.stdout.startswith("✗ failed  CPU-2-B007 (EID 12)  ReAuthenticate: Failed  -:"), done.stdout
+
+
 def main():
-    if len(sys.argv) != 3:
+    if len(sys.argv) != 4:
         sys.exit(__doc__)
-    client, simulator = (Path(name).resolve() for name in sys.argv[1:])
-    assert field(client, "Package") == "spdm-client", client
-    assert field(simulator, "Package") == "spdm-simulator", simulator
+    client, simulator, tools = (Path(name).resolve() for name in sys.argv[1:])
+    for package, name in ((client, "spdm-client"), (simulator, "spdm-simulator"), (tools, "spdm-tools")):
+        assert field(package, "Package") == name, package
+    for library in TOOLS_LIBRARIES:
+        assert library in field(tools, "Depends"), library
+        assert library not in field(client, "Depends"), f"the client needs {library}"
     assert "libssl3" in field(simulator, "Depends"), "the simulator signs with libcrypto"
     os.environ.pop("LD_LIBRARY_PATH", None)
     if field(client, "Architecture") == "arm64" and os.uname().machine != "aarch64":
@@ -116,16 +139,17 @@ def main():
 
     with tempfile.TemporaryDirectory(prefix="spdm-package-") as name:
         folder = Path(name) / "root"
-        for package, files in ((client, CLIENT_FILES), (simulator, SIMULATOR_FILES)):
+        for package, files in ((client, CLIENT_FILES), (simulator, SIMULATOR_FILES), (tools, TOOLS_FILES)):
             alone = unpack(package, Path(name) / package.name)
             require_equal(listing(files), listing(files_below(alone)), str(package))
             check_folders(alone)
             check_owners(package)
             unpack(package, folder)
-        for program in ("spdm-client", "spdm-simulator"):
+        for program in ("spdm-client", "spdm-simulator", "spdm-report"):
             page = folder / f"usr/share/man/man1/{program}.1.gz"
             check_manual(page, f"{program.upper()}(1)", field(client, "Version"))
         check_programs(folder / "usr")
+        check_report(folder / "usr")
 
 
 if __name__ == "__main__":

@@ -60,7 +60,7 @@ TEST(ReportOptions, SayWhatFails)
 
 TEST(ReportOptions, QuestionsNeedNoInput)
 {
-    EXPECT_EQ(parse_options({"--version"}).answer, "spdm-report " SPDM_VERSION "\n");
+    EXPECT_EQ(parse_options({"--version"}).answer, "spdm-report " PROJECT_VERSION "\n");
     EXPECT_TRUE(parse_options({"--help"}).answer.starts_with("Usage: spdm-report "));
     EXPECT_EQ(parse_options({"-h"}).answer, parse_options({"--help"}).answer);
     EXPECT_EQ(parse_options({"a.txt"}).answer, "");
