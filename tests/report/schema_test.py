@@ -84,7 +84,7 @@ def write_transcripts(folder):
         (folder / end / "run.json").write_text(json.dumps(CIRCUMSTANCES | {"end": end}))
     corpus.write(folder, "twice", corpus.night() + corpus.night())
     corpus.write(folder, os.fsdecode(b'quote"backslash\\line\nend\xff'), corpus.night())
-    whole = [corpus.night(), corpus.expected("suite-all-tests-pass"), corpus.expected("property-report")]
+    whole = [corpus.night(), corpus.expected("suite-all-tests-pass"), corpus.expected("property-report-after-a-measurement")]
     for seed in range(30):
         corpus.write(folder, f"damaged-{seed}", damaged(whole[seed % len(whole)], seed))
 
