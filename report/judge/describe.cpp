@@ -14,14 +14,18 @@ std::string with_slot(std::string text, const std::optional<std::uint32_t>& slot
     return slot ? text + ", slot " + std::to_string(*slot) : text;
 }
 
+std::string operation_of(Operation operation)
+{
+    return std::string(operation == Operation::unknown ? "a call" : word(operation));
+}
+
 std::string describe_call(const Call& call)
 {
     if (call.slot_discovery)
     {
         return "slot discovery";
     }
-    std::string text(call.operation == Operation::unknown ? "a call" : word(call.operation));
-    text = with_slot(std::move(text), call.slot);
+    auto text = with_slot(operation_of(call.operation), call.slot);
     if (call.indices && !call.indices->empty())
     {
         text += call.indices->size() == 1 ? ", index" : ", indices";
@@ -49,8 +53,7 @@ std::string describe(const Run& run, const Check& check)
         case Subject::transcript: return "transcript";
         case Subject::discovery: return "discovery";
         case Subject::call: return describe_call(run.calls[check.index]);
-        case Subject::silent_call:
-            return std::string(word(run.silent_calls[check.index].operation));
+        case Subject::silent_call: return operation_of(run.silent_calls[check.index].operation);
         case Subject::test: return describe_test(run, run.tests[check.index]);
         case Subject::availability: return "availability";
         case Subject::category: return std::string(word(check.category));

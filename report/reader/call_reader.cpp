@@ -34,7 +34,6 @@ std::optional<std::uint64_t> code_of(std::string_view word,
                                 : std::optional<std::uint64_t>(std::distance(words.begin(), found));
 }
 
-constexpr std::string_view time_label = " Time taken(In us): ";
 constexpr std::string_view report_error =
     "ERROR: Failed to retrieve SPDM properties. Check device connectivity.";
 constexpr std::size_t label_size = 38; // The name in 36 characters, then ": ".
@@ -45,18 +44,19 @@ bool CallReader::line(Shape shape, std::string_view text, std::string_view rest)
 {
     if (!broken.empty())
     {
-        auto tail = text;
-        const auto before = take_until_last(tail, time_label);
-        if (before && number_in<std::int64_t>(tail))
+        if (may_continue(shape))
         {
-            const auto whole = std::exchange(broken, {}) + "\n" + std::string(text);
-            return certificate_result(whole);
+            context.append_to_broken(broken, text);
+            if (!ends_with_time(text))
+            {
+                return false;
+            }
+            if (certificate_result(std::exchange(broken, {})))
+            {
+                return true;
+            }
         }
-        if (shape == Shape::unknown || shape == Shape::blank)
-        {
-            return false; // A line of the certificate's path: a note.
-        }
-        broken.clear();
+        break_off();
     }
     switch (shape)
     {
@@ -87,11 +87,13 @@ bool CallReader::line(Shape shape, std::string_view text, std::string_view rest)
             close();
             report = context.add_call(Operation::get_all, Outcome::cut);
             report_awaited = true;
+            next_property = 0;
             return true;
         case Shape::properties_time:
         {
             if (!report_awaited)
             {
+                close_report();
                 report = context.add_call(Operation::get_all, Outcome::answered);
             }
             report_awaited = false;
@@ -99,17 +101,16 @@ bool CallReader::line(Shape shape, std::string_view text, std::string_view rest)
             call.outcome = Outcome::answered;
             call.told_line = context.number;
             call.microseconds = number_in<std::int64_t>(rest);
+            next_property = 0;
             return true;
         }
         case Shape::properties_error:
-            if (!report_awaited)
+            // On a line of its own after the time where the first property is missing.
+            if (report == none || next_property != 0)
             {
                 report = context.add_call(Operation::get_all, Outcome::error);
             }
-            report_awaited = false;
-            context.run.calls[report].outcome = Outcome::error;
-            context.run.calls[report].told_line = context.number;
-            report = none;
+            end_report(Outcome::error);
             return true;
         case Shape::property: return property(text);
         case Shape::regression_device:
@@ -120,11 +121,13 @@ bool CallReader::line(Shape shape, std::string_view text, std::string_view rest)
             arguments_of_step();
             return true;
         case Shape::regression_device_done:
-            if (step)
+            if (!step)
             {
-                due(Operation::unknown);
+                return false;
             }
-            end_regression();
+            due(Operation::unknown);
+            step.reset();
+            context.arguments = {};
             return true;
         default: return false;
     }
@@ -186,13 +189,18 @@ bool CallReader::property(std::string_view text)
     auto name = text.substr(0, label_size - 2);
     name = name.substr(0, name.find(' '));
     const auto value = text.substr(label_size);
+    // The first is left out where its code has no word.
+    const auto first_left_out = next_property == 0 && name == property_names[1];
+    next_property += first_left_out ? 1 : 0;
+    if (next_property == property_names.size() || name != property_names[next_property])
+    {
+        context.contradiction("a property is missing");
+    }
+    next_property = static_cast<std::size_t>(
+        std::find(property_names.begin(), property_names.end(), name) - property_names.begin() + 1);
     if (value == report_error)
     {
-        auto& call = context.run.calls[report];
-        call.outcome = Outcome::error;
-        call.told_line = context.number;
-        call.microseconds.reset();
-        report = none;
+        end_report(Outcome::error);
         return true;
     }
     context.run.properties.push_back({context.number, context.device, report,
@@ -204,6 +212,17 @@ bool CallReader::property(std::string_view text)
     return true;
 }
 
+void CallReader::end_report(Outcome outcome)
+{
+    auto& call = context.run.calls[report];
+    call.outcome = outcome;
+    call.told_line = context.number;
+    call.microseconds.reset();
+    report = none;
+    report_awaited = false;
+    next_property = 0;
+}
+
 void CallReader::object_not_found(std::optional<Operation> asked)
 {
     if (authentication != none)
@@ -213,9 +232,7 @@ void CallReader::object_not_found(std::optional<Operation> asked)
     }
     if (report_awaited)
     {
-        report_awaited = false;
-        context.run.calls[report].outcome = Outcome::unknown_device;
-        context.run.calls[report].told_line = context.number;
+        end_report(Outcome::unknown_device);
         return;
     }
     const auto in_sequence = step && *step < regression.size();
@@ -233,12 +250,33 @@ void CallReader::close()
         call.told_line = call.line;
         authentication = none;
     }
+    if (!broken.empty())
+    {
+        break_off();
+    }
+    close_report();
+}
+
+/// The report's lines must be whole.
+void CallReader::close_report()
+{
     if (report_awaited)
     {
         context.contradiction("the property report printed nothing");
         report_awaited = false;
     }
+    else if (report != none && next_property != property_names.size())
+    {
+        context.contradiction("a property is missing");
+    }
     report = none;
+}
+
+/// The line that a certificate's path has broken does not end.
+void CallReader::break_off()
+{
+    broken.clear();
+    context.contradiction("a result breaks off");
 }
 
 void CallReader::due(Operation operation)
@@ -249,7 +287,7 @@ void CallReader::due(Operation operation)
     }
     while (*step < regression.size() && regression[*step] != operation)
     {
-        context.run.silent_calls.push_back({context.number, context.device, regression[*step]});
+        context.silent_call(regression[*step]);
         ++*step;
     }
     arguments_of_step();
@@ -259,6 +297,7 @@ void CallReader::end_regression()
 {
     if (step)
     {
+        context.contradiction("a regression's end is missing");
         step.reset();
         context.arguments = {};
     }

@@ -31,7 +31,7 @@ class CallReader
     /// printed nothing.
     void made(Operation operation);
 
-    /// Leaves the regression, if one is read.
+    /// Leaves the regression, if one is read: its end is missing.
     void end_regression();
 
     bool in_regression() const
@@ -45,6 +45,9 @@ class CallReader
 
   private:
     void due(Operation operation);
+    void end_report(Outcome outcome);
+    void close_report();
+    void break_off();
     void answer_authentication(Outcome outcome, std::string_view rest);
     bool certificate_result(std::string_view rest);
     bool property(std::string_view text);
@@ -55,6 +58,7 @@ class CallReader
     Index report = none;             ///< The property report whose lines follow.
     bool report_awaited = false;     ///< Its head has been printed, its time not yet.
     std::optional<std::size_t> step; ///< The regression's next operation.
+    std::size_t next_property = 0;   ///< The report's next line.
     std::string broken;              ///< A certificate line that the path's line ends have broken.
 };
 

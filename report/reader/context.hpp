@@ -45,6 +45,24 @@ struct Context
         }
     }
 
+    /// A line end in a device's text has broken the client's line; `text` continues it.
+    static void append_to_broken(std::string& broken, std::string_view text)
+    {
+        constexpr std::size_t longest_broken = 65536;
+        if (broken.size() < longest_broken)
+        {
+            broken.append("\n").append(text);
+        }
+    }
+
+    void silent_call(Operation operation)
+    {
+        if (run.silent_calls.size() < most_contradictions)
+        {
+            run.silent_calls.push_back({number, device, operation});
+        }
+    }
+
     void contradiction(std::string text)
     {
         if (run.contradictions.size() < most_contradictions)

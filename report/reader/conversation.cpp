@@ -2,6 +2,7 @@
 
 #include "report/reader/fields.hpp"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -17,6 +18,30 @@ bool says_nothing(Shape shape)
     return shape == Shape::unknown || shape == Shape::known || shape == Shape::blank ||
            shape == Shape::number || shape == Shape::indented || shape == Shape::bytes ||
            shape == Shape::dump;
+}
+
+/// Lines that other programs' output may hold too.
+bool is_common(Shape shape)
+{
+    switch (shape)
+    {
+        case Shape::object_listed:
+        case Shape::device_row:
+        case Shape::property:
+        case Shape::table_row:
+        case Shape::test_indices:
+        case Shape::summary_passed:
+        case Shape::summary_rate:
+        case Shape::block_index:
+        case Shape::block_algorithm:
+        case Shape::block_type:
+        case Shape::block_size:
+        case Shape::monitor_failed:
+        case Shape::info_value:
+        case Shape::device_error_value:
+        case Shape::progress_value: return true;
+        default: return says_nothing(shape);
+    }
 }
 
 bool is_menu(Shape shape)
@@ -61,6 +86,7 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
     if (asked_slot)
     {
         asked = Asked::slot;
+        slot_given = true;
         forget_echoes();
     }
     if (shape == Shape::number)
@@ -68,10 +94,14 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
         echoed(text);
         return;
     }
+    recognised_any = recognised_any || !is_common(shape);
     if (shape != Shape::unknown && shape != Shape::blank && shape != Shape::indented)
     {
-        recognised_any = true;
         in_menu = false;
+        if (awaits_operation && !is_menu(shape))
+        {
+            awaits_operation = false;
+        }
     }
     if (is_menu(shape) || shape == Shape::choose_option)
     {
@@ -83,7 +113,6 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
     }
     if (monitor.line(shape, text, rest) || measurements.line(shape, text, rest))
     {
-        monitoring = monitoring || shape == Shape::monitor_begins;
         return;
     }
     if (!says_nothing(shape))
@@ -106,6 +135,10 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
         return;
     }
     context.note(text);
+    if (recognised_any && !says_nothing(shape) && shape != Shape::device_error_value)
+    {
+        context.contradiction("a line where the client prints none of its kind");
+    }
 }
 
 bool Conversation::start_line(Shape shape)
@@ -126,18 +159,28 @@ bool Conversation::menu_line(Shape shape)
 {
     switch (shape)
     {
-        case Shape::top_menu: end_activity(); return true;
+        case Shape::top_menu:
+            awaits_operation = false;
+            end_operation();
+            end_activity();
+            return true;
         case Shape::top_menu_exit:
+            awaits_operation = false;
+            end_operation();
             end_activity();
             top_menu = true;
             return true;
         case Shape::operations_menu:
+            end_operation();
             end_activity();
             top_menu = false;
             context.activity = Activity::operations;
             return true;
         case Shape::choose_option:
             in_menu = true;
+            awaits_operation = !top_menu;
+            slot_given = false;
+            operation_calls = static_cast<Index>(context.run.calls.size());
             asked = Asked::choice;
             forget_echoes();
             return true;
@@ -153,17 +196,15 @@ bool Conversation::device_line(Shape shape, std::string_view text, std::string_v
 {
     if (!broken_row.empty())
     {
-        auto path = text;
-        if (take_until_last(path, " | ") && path.starts_with('/'))
+        if (may_continue(shape))
         {
-            broken_row.append("\n").append(text);
-            return device_row(std::exchange(broken_row, {}));
-        }
-        if (shape == Shape::unknown || shape == Shape::blank)
-        {
-            return false; // A line of the XMID: a note.
+            context.append_to_broken(broken_row, text);
+            auto path = text;
+            const auto ends = take_until_last(path, " | ") && path.starts_with('/');
+            return ends && device_row(std::exchange(broken_row, {})); // Else a note.
         }
         broken_row.clear();
+        context.contradiction("a row of the device table breaks off");
     }
     switch (shape)
     {
@@ -191,9 +232,16 @@ bool Conversation::device_line(Shape shape, std::string_view text, std::string_v
             keys_in_table = true;
             context.activity = Activity::suite;
             return true;
-        case Shape::run_all_operations: context.activity = Activity::all_devices; return true;
-        case Shape::run_all_suites: context.activity = Activity::suite; return true;
+        case Shape::run_all_operations:
+            context.activity = Activity::all_devices;
+            sections = table_rows;
+            return true;
+        case Shape::run_all_suites:
+            context.activity = Activity::suite;
+            sections = table_rows;
+            return true;
         case Shape::all_devices_count:
+            sections = table_rows;
             if (take_number<std::uint32_t>(rest) != table_rows)
             {
                 context.contradiction("the devices are not as many as the table's rows");
@@ -268,6 +316,40 @@ bool Conversation::object_not_found()
     return true;
 }
 
+/// One choice of the operations menu makes one call, or recurring re-authentications. A call whose
+/// status has no word prints nothing.
+void Conversation::end_operation()
+{
+    const auto& made = context.run.calls;
+    const auto first = std::exchange(operation_calls, none);
+    if (first == none || context.activity != Activity::operations)
+    {
+        return;
+    }
+    if (awaits_operation)
+    {
+        awaits_operation = false;
+        context.silent_call(
+            chosen.value_or(slot_given ? Operation::unknown : Operation::re_authenticate));
+        return;
+    }
+    if (made.size() - first < 2)
+    {
+        return;
+    }
+    constexpr std::size_t most_attempts = 5;
+    const auto passed = [](const Call& call) {
+        return call.operation == Operation::re_authenticate && call.status == 1U;
+    };
+    const auto all_but_last = std::all_of(made.begin() + first, made.end() - 1, passed);
+    const auto attempts = made.size() - first;
+    if (!all_but_last || attempts > most_attempts ||
+        (attempts < most_attempts && passed(made.back())))
+    {
+        context.contradiction("the calls are not those of one choice");
+    }
+}
+
 /// A menu follows what was done.
 void Conversation::end_activity()
 {
@@ -279,7 +361,6 @@ void Conversation::end_activity()
         context.contradiction("the sections of some devices are missing");
     }
     section = sections = 0;
-    monitoring = false;
     keys_in_table = false;
 }
 
@@ -351,7 +432,7 @@ std::string_view Conversation::where() const
     {
         return "a call";
     }
-    if (monitoring)
+    if (monitor.is_running())
     {
         return "the monitor";
     }

@@ -42,6 +42,7 @@ class Conversation
     bool device_row(std::string_view text);
     bool object_not_found();
     void device_section(std::string_view rest);
+    void end_operation();
     void end_activity();
     void echoed(std::string_view number);
     void forget_echoes();
@@ -54,10 +55,12 @@ class Conversation
     MonitorReader monitor{context};
 
     bool recognised_any = false;
-    bool top_menu = false; ///< The last menu was the top-level one.
-    bool in_menu = false;  ///< Its choice has been asked for.
-    bool monitoring = false;
-    bool keys_in_table = false; ///< The device table shows the client's keys.
+    bool top_menu = false;         ///< The last menu was the top-level one.
+    bool in_menu = false;          ///< Its choice has been asked for.
+    bool awaits_operation = false; ///< Nothing has been printed since the operations menu.
+    bool slot_given = false;       ///< A slot has been asked for since.
+    Index operation_calls = none;  ///< The first call since the last menu.
+    bool keys_in_table = false;    ///< The device table shows the client's keys.
     std::uint32_t table_rows = 0;
     std::uint64_t sections = 0; ///< "DEVICE 2/7": 7
     std::uint64_t section = 0;  ///< "DEVICE 2/7": 2

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <charconv>
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -70,6 +71,14 @@ inline std::optional<std::string_view> take_until(std::string_view& text,
         return std::nullopt;
     }
     return std::exchange(text, text.substr(at + separator.size())).substr(0, at);
+}
+
+/// Before the microseconds that end a result's line.
+constexpr std::string_view time_label = " Time taken(In us): ";
+
+inline bool ends_with_time(std::string_view text)
+{
+    return take_until_last(text, time_label) && number_in<std::int64_t>(text);
 }
 
 } // namespace report

@@ -449,36 +449,6 @@ Recognised indented(std::string_view text)
     return {Shape::indented, text};
 }
 
-constexpr std::array properties{
-    "ChallengeStatus",
-    "Version",
-    "Certificate",
-    "ChallengeAuthRespSupport",
-    "Measurement",
-    "Encryption",
-    "SignedMeasurement",
-    "DeviceEID",
-    "DeviceChallengeStatus",
-    "DeviceCertStatus",
-    "CertificateSlot0",
-    "CertificateSlot1",
-    "CertificateSlot2",
-    "CertificateSlot3",
-    "CertificateSlot4",
-    "CertificateSlot5",
-    "CertificateSlot6",
-    "CertificateSlot7",
-    "DeviceAllowed",
-    "XMID",
-    "PhyBinding",
-    "Preferred",
-    "MeasurementSpecification",
-    "MeasurementSummary",
-    "MeasurementSummaryHashAlgorithm",
-    "MeasurementSummaryType",
-    "NumMeasurements",
-};
-
 /// A property's name is left-justified in this many characters, before ": ".
 constexpr std::size_t label_width = 36;
 
@@ -491,7 +461,7 @@ bool is_property(std::string_view text)
     const auto label = text.substr(0, label_width);
     const auto name = label.substr(0, label.find(' '));
     return label.find_first_not_of(' ', name.size()) == std::string_view::npos &&
-           std::find(properties.begin(), properties.end(), name) != properties.end();
+           std::find(property_names.begin(), property_names.end(), name) != property_names.end();
 }
 
 bool is_rule(std::string_view text)

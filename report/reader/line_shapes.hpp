@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -174,6 +175,44 @@ struct Recognised
 {
     Shape shape = Shape::unknown;
     std::string_view rest;
+};
+
+/// Whether a line may continue a text of a device, whose line ends have broken the client's line.
+/// Until the line is whole, that is a note.
+constexpr bool may_continue(Shape shape)
+{
+    return shape == Shape::unknown || shape == Shape::blank || shape == Shape::indented;
+}
+
+/// The properties of the report, in its order.
+constexpr std::array<std::string_view, 27> property_names{
+    "ChallengeStatus",
+    "Version",
+    "Certificate",
+    "ChallengeAuthRespSupport",
+    "Measurement",
+    "Encryption",
+    "SignedMeasurement",
+    "DeviceEID",
+    "DeviceChallengeStatus",
+    "DeviceCertStatus",
+    "CertificateSlot0",
+    "CertificateSlot1",
+    "CertificateSlot2",
+    "CertificateSlot3",
+    "CertificateSlot4",
+    "CertificateSlot5",
+    "CertificateSlot6",
+    "CertificateSlot7",
+    "DeviceAllowed",
+    "XMID",
+    "PhyBinding",
+    "Preferred",
+    "MeasurementSpecification",
+    "MeasurementSummary",
+    "MeasurementSummaryHashAlgorithm",
+    "MeasurementSummaryType",
+    "NumMeasurements",
 };
 
 /// Knows a line of which prompts have been stripped.

@@ -10,8 +10,6 @@ namespace report
 namespace
 {
 
-constexpr std::string_view time_label = " Time taken(In us): ";
-
 constexpr auto nibbles = [] {
     std::array<std::uint8_t, 256> values{};
     for (unsigned digit = 0; digit < 10; ++digit)
@@ -58,18 +56,13 @@ bool MeasurementReader::line(Shape shape, std::string_view text, std::string_vie
     }
     if (!broken.empty())
     {
-        auto tail = text;
-        if (take_until_last(tail, time_label) && number_in<std::int64_t>(tail))
+        if (may_continue(shape))
         {
-            broken.append("\n").append(text);
-            const auto whole = std::exchange(broken, {});
-            return signed_result(whole);
-        }
-        if (shape == Shape::unknown || shape == Shape::blank || shape == Shape::indented)
-        {
-            return false; // A line of the signed data: a note.
+            context.append_to_broken(broken, text);
+            return ends_with_time(text) && signed_result(std::exchange(broken, {}));
         }
         broken.clear();
+        context.contradiction("a result breaks off");
     }
     if (dump != Dump::none && shape != Shape::unknown)
     {
@@ -130,6 +123,19 @@ void MeasurementReader::begin(Operation operation, std::string_view path)
     call = context.add_call(operation, Outcome::cut);
 }
 
+/// The call that this line answers.
+Call& MeasurementReader::answer(Operation operation)
+{
+    const auto begun = is_open() && context.run.calls[call].operation == operation;
+    auto& answered = result(operation);
+    answered.outcome = Outcome::answered;
+    if (!begun)
+    {
+        context.contradiction("a result without its call");
+    }
+    return answered;
+}
+
 void MeasurementReader::fail(Operation operation, Outcome outcome)
 {
     auto& failed = result(operation);
@@ -153,8 +159,7 @@ Call& MeasurementReader::result(Operation operation)
 bool MeasurementReader::measurement_result(std::string_view rest)
 {
     const auto status = take_status(rest);
-    auto& answered = result(Operation::get_measurement);
-    answered.outcome = Outcome::answered;
+    auto& answered = answer(Operation::get_measurement);
     answered.status = status.code;
     answered.status_text = context.run.texts.keep(status.text);
     std::optional<std::uint64_t> count;
@@ -199,8 +204,7 @@ bool MeasurementReader::signed_result(std::string_view rest)
         return false;
     }
     const auto status = take_status(*status_and_data);
-    auto& answered = result(Operation::get_signed_measurement);
-    answered.outcome = Outcome::answered;
+    auto& answered = answer(Operation::get_signed_measurement);
     answered.status = status.code;
     answered.status_text = context.run.texts.keep(status.text);
     answered.microseconds = microseconds;
@@ -208,6 +212,8 @@ bool MeasurementReader::signed_result(std::string_view rest)
     {
         context.contradiction("the result of GetSignedMeasurement is not what was read");
     }
+    check_due = (status.code == 0U || status.code == 18U) &&
+                take(*status_and_data, "Signed Measurements: ") && !status_and_data->empty();
     return true;
 }
 
@@ -219,23 +225,37 @@ bool MeasurementReader::block_line(Shape shape, std::string_view rest)
         {
             context.contradiction("a measurement block is missing");
         }
+        if (block != none && next_of_block <= Shape::block_data)
+        {
+            context.contradiction("a line of a measurement block is missing");
+        }
         block = static_cast<Index>(context.run.measurements.size());
         Measurement measurement;
         measurement.line = context.number;
         measurement.device = context.device;
         measurement.call = call;
         context.run.measurements.push_back(measurement);
+        next_of_block = Shape::block_index;
         return true;
     }
     auto* measurement = current_block();
-    if (measurement == nullptr)
+    if (measurement == nullptr || shape < Shape::block_index || shape > Shape::block_data)
     {
         return false;
     }
+    if (shape != next_of_block)
+    {
+        context.contradiction("a line of a measurement block is missing");
+    }
+    next_of_block = static_cast<Shape>(static_cast<int>(shape) + 1);
     const auto read = [&](std::uint32_t& field) {
         const auto number = number_in<std::uint32_t>(rest);
         field = number.value_or(0);
-        return number.has_value();
+        if (!number)
+        {
+            context.contradiction("a line of a measurement block has no number");
+        }
+        return true;
     };
     switch (shape)
     {
@@ -244,7 +264,7 @@ bool MeasurementReader::block_line(Shape shape, std::string_view rest)
         case Shape::block_type: return read(measurement->type);
         case Shape::block_size:
             measurement->size = take_number<std::uint64_t>(rest).value_or(0);
-            return rest == " bytes";
+            return true;
         case Shape::block_data:
             dump = Dump::block;
             dump_size = measurement->size;
@@ -371,7 +391,15 @@ void MeasurementReader::close()
     {
         context.contradiction("a measurement block is missing");
     }
+    if (block != none && next_of_block <= Shape::block_data)
+    {
+        context.contradiction("a line of a measurement block is missing");
+    }
     const auto* found = current_signed();
+    if (found == nullptr && check_due)
+    {
+        context.contradiction("the check of the signed data is missing");
+    }
     if (found != nullptr && found->structure == Structure::valid &&
         (!found->measurement || !found->signature))
     {
@@ -383,6 +411,7 @@ void MeasurementReader::close()
     blocks = 0;
     dump = Dump::none;
     base64_follows = false;
+    check_due = false;
 }
 
 Measurement* MeasurementReader::current_block()

@@ -46,6 +46,7 @@ class MeasurementReader
     void begin(Operation operation, std::string_view path);
     void fail(Operation operation, Outcome outcome);
     Call& result(Operation operation);
+    Call& answer(Operation operation);
     bool measurement_result(std::string_view rest);
     bool signed_result(std::string_view rest);
     bool call_line(Shape shape, std::string_view rest);
@@ -61,6 +62,7 @@ class MeasurementReader
     std::optional<std::uint64_t> blocks_read; ///< "DEBUG: Read measurement data, size"
     std::uint64_t blocks = 0;
     Index block = none;
+    Shape next_of_block = Shape::unknown; ///< The line of the block that is due.
     Index signed_measurement = none;
     std::string_view hashing_algorithm;
     std::string_view signing_algorithm;
@@ -70,6 +72,7 @@ class MeasurementReader
     std::optional<std::uint64_t> dump_size; ///< As printed.
     std::string broken; ///< A signed result that the data's line ends have broken.
     bool base64_follows = false;
+    bool check_due = false; ///< Signed data has come, which the client checks.
 };
 
 } // namespace report

@@ -22,6 +22,10 @@ constexpr std::string_view completed = "Properties change handler is completed."
 
 bool MonitorReader::line(Shape shape, std::string_view text, std::string_view rest)
 {
+    if (shape != Shape::monitor_begins && !running)
+    {
+        return false;
+    }
     if (in_properties && shape != Shape::properties_changed_eid)
     {
         return changed_property(text);
@@ -29,6 +33,7 @@ bool MonitorReader::line(Shape shape, std::string_view text, std::string_view re
     switch (shape)
     {
         case Shape::monitor_begins:
+            running = true;
             if (context.run.monitor_line == 0)
             {
                 context.run.monitor_line = context.number;
@@ -42,10 +47,10 @@ bool MonitorReader::line(Shape shape, std::string_view text, std::string_view re
             context.run.monitor_failed_line = context.number;
             context.run.monitor_failure = context.run.texts.keep(rest);
             return true;
-        case Shape::interface_added:
-        case Shape::interface_removed:
-        case Shape::info_received:
-        case Shape::progress_received: begin(); return true;
+        case Shape::interface_added: begin(ServiceContract::INTERFACES_ADDED); return true;
+        case Shape::interface_removed: begin(ServiceContract::INTERFACES_REMOVED); return true;
+        case Shape::info_received: begin(ServiceContract::INFO); return true;
+        case Shape::progress_received: begin(ServiceContract::CERTIFICATE_PROGRESS); return true;
         case Shape::object_added:
             add(ServiceContract::INTERFACES_ADDED, context.devices.of_path(rest, context.number),
                 context.run.texts.keep(rest));
@@ -54,18 +59,14 @@ bool MonitorReader::line(Shape shape, std::string_view text, std::string_view re
             add(ServiceContract::INTERFACES_REMOVED, context.devices.of_path(rest, context.number),
                 context.run.texts.keep(rest));
             return true;
-        case Shape::info_value: add(ServiceContract::INFO, none, number_or_text(rest)); return true;
+        case Shape::info_value: return add_number(ServiceContract::INFO, rest);
         case Shape::device_error_eid:
         case Shape::progress_eid:
         case Shape::properties_changed_eid: device_of_eid(rest); return true;
-        case Shape::device_error_value:
-            add(ServiceContract::DEVICE_ERROR, device, number_or_text(rest));
-            return true;
-        case Shape::progress_value:
-            add(ServiceContract::CERTIFICATE_PROGRESS, device, number_or_text(rest));
-            return true;
+        case Shape::device_error_value: return add_number(ServiceContract::DEVICE_ERROR, rest);
+        case Shape::progress_value: return add_number(ServiceContract::CERTIFICATE_PROGRESS, rest);
         case Shape::properties_changed:
-            begin();
+            begin({});
             in_properties = true;
             any_property = false;
             return true;
@@ -73,21 +74,43 @@ bool MonitorReader::line(Shape shape, std::string_view text, std::string_view re
     }
 }
 
-void MonitorReader::begin()
+void MonitorReader::begin(std::string_view member)
 {
+    end_signal();
     begun = context.number;
+    begun_member = member;
     device = none;
+}
+
+/// A malformed signal is announced and tells nothing.
+void MonitorReader::end_signal()
+{
+    if (!begun_member.empty())
+    {
+        add(begun_member, device, {});
+    }
 }
 
 void MonitorReader::add(std::string_view member, Index of, Value value,
                         std::optional<std::string_view> name)
 {
     context.run.signals.push_back({begun == 0 ? context.number : begun, of, member, value, name});
+    begun_member = {};
     if (!in_properties)
     {
         begun = 0;
         device = none;
     }
+}
+
+bool MonitorReader::add_number(std::string_view member, std::string_view text)
+{
+    const auto number = number_in<std::uint64_t>(text);
+    if (number)
+    {
+        add(member, device, *number);
+    }
+    return number.has_value();
 }
 
 void MonitorReader::device_of_eid(std::string_view rest)
@@ -98,12 +121,6 @@ void MonitorReader::device_of_eid(std::string_view rest)
     {
         device = context.devices.of_eid(*eid, context.number);
     }
-}
-
-MonitorReader::Value MonitorReader::number_or_text(std::string_view rest)
-{
-    const auto number = number_in<std::uint64_t>(rest);
-    return number ? Value(*number) : Value(context.run.texts.keep(rest));
 }
 
 /// "XMID: CPU-7". A challenge status without a word ends neither its text nor its line: "ChallengeStatus:
@@ -138,7 +155,8 @@ bool MonitorReader::changed_property(std::string_view text)
         add(ServiceContract::PROPERTIES_CHANGED, device, {});
     }
     in_properties = false;
-    close();
+    begun = 0;
+    device = none;
     return true;
 }
 
@@ -149,8 +167,10 @@ void MonitorReader::close()
         context.contradiction("a signal's lines do not end");
         in_properties = false;
     }
+    end_signal();
     begun = 0;
     device = none;
+    running = false;
 }
 
 } // namespace report

@@ -25,6 +25,12 @@ std::vector<Number> numbers_in(std::string_view text)
     return numbers;
 }
 
+/// The text before `end`, with which it must end.
+std::string_view until(std::string_view text, std::string_view end)
+{
+    return text.ends_with(end) ? text.substr(0, text.size() - end.size()) : std::string_view{};
+}
+
 std::string_view trimmed(std::string_view text)
 {
     const auto first = text.find_first_not_of(' ');
@@ -108,11 +114,11 @@ bool SuiteReader::slots_line(Shape shape, std::string_view rest)
     {
         case Shape::slot_supported:
             slots_begun = slots_begun == 0 ? context.number : slots_begun;
-            ++slots_shown;
+            slots_shown.push_back(take_number<std::uint32_t>(rest).value_or(0));
             return true;
         case Shape::slots:
             supported = numbers_in<std::uint32_t>(rest);
-            if (supported.size() != slots_shown)
+            if (supported != slots_shown)
             {
                 context.contradiction("the slots are not those that were found");
             }
@@ -139,11 +145,10 @@ bool SuiteReader::slots_line(Shape shape, std::string_view rest)
 void SuiteReader::slots_known()
 {
     slots_begun = 0;
-    slots_shown = 0;
-    if (auto* running = part(); running != nullptr && !slots_asked)
+    slots_shown.clear();
+    if (auto* running = part(); running != nullptr && slot_discoveries++ == 0)
     {
         running->slots = static_cast<std::uint32_t>(supported.size());
-        slots_asked = true;
     }
 }
 
@@ -204,6 +209,7 @@ void SuiteReader::begin_suite(std::string_view rest)
     suite = static_cast<Index>(context.run.suites.size());
     context.run.suites.push_back(begun);
     ordinals = {};
+    descriptor = none;
 }
 
 void SuiteReader::begin_category(CategoryName name)
@@ -220,7 +226,7 @@ void SuiteReader::begin_category(CategoryName name)
         context.contradiction("a category ran twice");
     }
     begun->line = context.number;
-    slots_asked = false;
+    slot_discoveries = 0;
     slot.reset();
     tests_of_different_slots.reset();
 }
@@ -230,10 +236,20 @@ void SuiteReader::abort_category(CategoryName name)
     if (category == name)
     {
         part()->aborted_line = context.number;
+        end_discoveries();
         category.reset();
         return;
     }
     context.contradiction("a category that did not run was aborted");
+}
+
+/// The failure tests ask for the slots again and again, the others once.
+void SuiteReader::end_discoveries()
+{
+    if (slot_discoveries != (category == CategoryName::failure ? 5U : 1U))
+    {
+        context.contradiction("a slot discovery is missing");
+    }
 }
 
 void SuiteReader::begin_summary(CategoryName name)
@@ -241,6 +257,7 @@ void SuiteReader::begin_summary(CategoryName name)
     if (category == name)
     {
         part()->summary_line = context.number;
+        end_discoveries();
         return;
     }
     context.contradiction("a summary without its category");
@@ -264,7 +281,7 @@ bool SuiteReader::test_line(Shape shape, std::string_view rest)
         const auto number = rest.substr(0, rest.find(' '));
         const auto index = number_in<std::uint16_t>(number);
         begin_test(shape, std::string(name) + std::string(number), expects_success,
-                   {number_is_index ? index.value_or(0) : std::uint16_t{1}});
+                   Indices{number_is_index ? index.value_or(0) : std::uint16_t{1}});
         test_number = context.run.texts.keep(number);
         if (!number_is_index)
         {
@@ -278,13 +295,13 @@ bool SuiteReader::test_line(Shape shape, std::string_view rest)
         case Shape::test_invalid_index: return numbered("Invalid Measurement Index ", false, true);
         case Shape::test_invalid_slot: return numbered("Invalid Slot ID ", false, false);
         case Shape::test_multiple:
-            begin_test(shape, "Multiple Measurement Indices", true, {});
+            begin_test(shape, "Multiple Measurement Indices", true, std::nullopt);
             return true;
         case Shape::test_all:
-            begin_test(shape, "All Measurements Retrieval (0xFF)", true, {255});
+            begin_test(shape, "All Measurements Retrieval (0xFF)", true, Indices{255});
             return true;
         case Shape::test_signed:
-            begin_test(shape, "Signed Measurement with Nonce", true, {});
+            begin_test(shape, "Signed Measurement with Nonce", true, std::nullopt);
             return true;
         case Shape::test_indices:
             if (test == none)
@@ -298,7 +315,7 @@ bool SuiteReader::test_line(Shape shape, std::string_view rest)
 }
 
 void SuiteReader::begin_test(Shape shape, std::string_view name, bool expects_success,
-                             std::vector<std::uint16_t> indices)
+                             std::optional<Indices> indices)
 {
     if (test != none)
     {
@@ -306,7 +323,7 @@ void SuiteReader::begin_test(Shape shape, std::string_view name, bool expects_su
     }
     Test begun;
     begun.line = begun.verdict_line = context.number;
-    begun.device = context.device;
+    begun.device = suite == none ? context.device : context.run.suites[suite].device;
     begun.suite = suite;
     begun.name = context.run.texts.keep(name);
     begun.expects_success = expects_success;
@@ -371,8 +388,12 @@ bool SuiteReader::verdict_line(Shape shape, std::string_view rest)
     using enum Test::ClientVerdict;
     switch (shape)
     {
-        case Shape::passed_single: end_test(Shape::test_single, passed, rest); return true;
-        case Shape::failed_single: end_test(Shape::test_single, failed, rest); return true;
+        case Shape::passed_single:
+            end_test(Shape::test_single, passed, until(rest, " test passed"));
+            return true;
+        case Shape::failed_single:
+            end_test(Shape::test_single, failed, until(rest, " test failed"));
+            return true;
         case Shape::passed_multiple: end_test(Shape::test_multiple, passed, {}); return true;
         case Shape::failed_multiple: end_test(Shape::test_multiple, failed, {}); return true;
         case Shape::passed_all: end_test(Shape::test_all, passed, {}); return true;
@@ -397,8 +418,7 @@ bool SuiteReader::verdict_line(Shape shape, std::string_view rest)
 
 void SuiteReader::end_test(Shape heading, Test::ClientVerdict verdict, std::string_view number)
 {
-    const auto same_number =
-        heading != Shape::test_single || number.substr(0, number.find(' ')) == test_number;
+    const auto same_number = heading != Shape::test_single || number == test_number;
     if (test == none || heading != test_heading || !same_number)
     {
         context.contradiction("a verdict without its test");
@@ -408,6 +428,7 @@ void SuiteReader::end_test(Shape heading, Test::ClientVerdict verdict, std::stri
     ended.client_verdict = verdict;
     ended.verdict_line = context.number;
     test = none;
+    slot.reset();
     context.arguments = {};
 }
 
@@ -416,7 +437,7 @@ bool SuiteReader::table_line(Shape shape, std::string_view text, std::string_vie
     switch (shape)
     {
         case Shape::descriptor_failed:
-            context.add_call(Operation::get_all, Outcome::error);
+            descriptor = context.add_call(Operation::get_all, Outcome::error);
             return true;
         case Shape::table_begins:
             if (suite == none)
@@ -424,7 +445,6 @@ bool SuiteReader::table_line(Shape shape, std::string_view text, std::string_vie
                 return false;
             }
             in_table = true;
-            descriptor = none;
             context.run.suites[suite].first_row = static_cast<Index>(context.run.categories.size());
             return true;
         case Shape::table_row:
@@ -443,6 +463,12 @@ bool SuiteReader::table_line(Shape shape, std::string_view text, std::string_vie
             }
             if (rest == "Not available")
             {
+                // Else a removed error would pass for a device without these properties.
+                if (shape == Shape::table_xmid && descriptor == none && context.device != none &&
+                    !context.run.devices[context.device].xmid.value_or("").empty())
+                {
+                    context.contradiction("the results table lacks the device's XMID");
+                }
                 return true;
             }
             if (descriptor == none)
@@ -540,7 +566,7 @@ void SuiteReader::close()
     category.reset();
     in_table = false;
     slots_begun = 0;
-    slots_shown = 0;
+    slots_shown.clear();
     context.arguments = {};
 }
 

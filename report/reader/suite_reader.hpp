@@ -35,6 +35,8 @@ class SuiteReader
     }
 
   private:
+    using Indices = std::vector<std::uint16_t>;
+
     bool availability_line(Shape shape, std::string_view rest);
     bool slots_line(Shape shape, std::string_view rest);
     bool category_line(Shape shape, std::string_view rest);
@@ -49,10 +51,11 @@ class SuiteReader
     void abort_category(CategoryName name);
     void begin_summary(CategoryName name);
     void begin_test(Shape shape, std::string_view name, bool expects_success,
-                    std::vector<std::uint16_t> indices);
+                    std::optional<Indices> indices);
     void read_indices(std::string_view rest);
     void end_test(Shape heading, Test::ClientVerdict verdict, std::string_view number);
     void slots_known();
+    void end_discoveries();
     void read_row(std::string_view text);
     std::optional<std::uint32_t> slot_of_test() const;
     Suite* current();
@@ -63,9 +66,9 @@ class SuiteReader
     Index suite = none;
     std::optional<CategoryName> category;
     Line slots_begun = 0; ///< "Slot 0 is supported", the first of them.
-    std::size_t slots_shown = 0;
+    std::vector<std::uint32_t> slots_shown;
     std::vector<std::uint32_t> supported;
-    bool slots_asked = false; ///< The category has discovered its slots.
+    std::uint32_t slot_discoveries = 0; ///< Of the category.
     std::optional<std::uint32_t> slot;
     std::optional<std::uint32_t> tests_of_different_slots;
     std::array<std::uint32_t, category_count> ordinals{};
