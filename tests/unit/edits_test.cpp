@@ -1,5 +1,5 @@
 #include "report/reader/line_shapes.hpp"
-#include "tests/unit/report_transcripts.hpp"
+#include "tests/unit/suite_text.hpp"
 
 #include <algorithm>
 #include <functional>
@@ -133,14 +133,25 @@ bool carries_no_verdict(const std::string& line)
            line.starts_with("ChallengeStatus "); // Left out where its code has no word.
 }
 
-class Edits : public testing::TestWithParam<const char*>
+struct EditedCase
+{
+    std::string name;
+    std::string text;
+};
+
+std::ostream& operator<<(std::ostream& out, const EditedCase& row)
+{
+    return out << row.name;
+}
+
+class Edits : public testing::TestWithParam<EditedCase>
 {
 };
 
 /// A line is removed: an error, or nothing that matters was lost.
 TEST_P(Edits, OneLineRemoved)
 {
-    const auto lines = lines_of(transcript(GetParam()));
+    const auto lines = lines_of(GetParam().text);
     const auto before = outcome_of(joined(lines));
     for (std::size_t i = 0; i < lines.size(); ++i)
     {
@@ -200,7 +211,7 @@ bool may_be_repeated(const std::string& line)
 /// A line is printed twice: an error, or what was found before is still found.
 TEST_P(Edits, OneLineTwice)
 {
-    const auto lines = lines_of(transcript(GetParam()));
+    const auto lines = lines_of(GetParam().text);
     const auto before = outcome_of(joined(lines));
     for (std::size_t i = 0; i < lines.size(); ++i)
     {
@@ -249,7 +260,7 @@ std::string flipped(const std::string& line, const std::pair<std::string, std::s
 /// A verdict word is swapped: always an error.
 TEST_P(Edits, OneVerdictSwapped)
 {
-    const auto lines = lines_of(transcript(GetParam()));
+    const auto lines = lines_of(GetParam().text);
     const auto before = outcome_of(joined(lines));
     for (std::size_t i = 0; i < lines.size(); ++i)
     {
@@ -275,7 +286,7 @@ TEST_P(Edits, OneVerdictSwapped)
 /// Numbers of the summaries, the table and the statuses, each made another.
 TEST_P(Edits, OneNumberOfAResultChanged)
 {
-    const auto lines = lines_of(transcript(GetParam()));
+    const auto lines = lines_of(GetParam().text);
     const auto before = outcome_of(joined(lines));
     const std::vector<std::string> heads{"Passed: ",
                                          "Expected Failures: ",
@@ -311,17 +322,31 @@ TEST_P(Edits, OneNumberOfAResultChanged)
     }
 }
 
+const std::string no_slots = "⚠ WARNING: No certificate slots found to be supported";
+const std::string no_slots_asked =
+    "ERROR: Failed to get supported slots. Check device connectivity.";
+const std::string descriptor = "• XMID: CPU-12\n• Description: A CPU\n";
+const std::string no_descriptor = "• XMID: Not available\n• Description: Not available\n";
+const std::string descriptor_failed =
+    "WARNING: Failed to get device properties. Check service availability.\n";
+const std::string table_begins = "\n" + std::string(73, '=') + "\n|  ";
+
 INSTANTIATE_TEST_SUITE_P(
     Of, Edits,
-    testing::Values("suite-of-a-device-with-slot-3-alone", "suite-partial-failures",
-                    "suite-on-all-devices-skips-the-unavailable", "suite-slot-discovery-fails",
-                    "suite-descriptor-cannot-be-read", "regression-of-two-devices",
-                    "regression-of-unknown-statuses", "run-all-operations"),
-    [](const auto& info) {
-        std::string name = info.param;
-        name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
-        return name;
-    });
+    testing::Values(
+        EditedCase{"ASuite", suite(SuiteText().whole())},
+        EditedCase{"ASuiteWhoseDescriptorFails",
+                   suite(replaced(replaced(SuiteText().whole(), descriptor, no_descriptor),
+                                  table_begins, "\n" + descriptor_failed + table_begins))},
+        EditedCase{"AFailingSuite", transcript("suite-partial-failures")},
+        EditedCase{"ASuiteWithoutSlots", transcript("suite-of-a-device-without-slots")},
+        EditedCase{"FailingSlotDiscoveries", replaced(transcript("suite-of-a-device-without-slots"),
+                                                      no_slots, no_slots_asked)},
+        EditedCase{"SuitesOnAllDevices", transcript("suite-on-all-devices-skips-the-unavailable")},
+        EditedCase{"ARegression", transcript("regression-of-two-devices")},
+        EditedCase{"ARegressionOfUnknownStatuses", transcript("regression-of-unknown-statuses")},
+        EditedCase{"OperationsOnAllDevices", transcript("run-all-operations")}),
+    [](const auto& info) { return info.param.name; });
 
 /// What a device's text may hold.
 struct ForgedCase

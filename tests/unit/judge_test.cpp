@@ -1,4 +1,4 @@
-#include "tests/unit/report_transcripts.hpp"
+#include "tests/unit/suite_text.hpp"
 
 #include <array>
 #include <ostream>
@@ -295,15 +295,15 @@ TEST(Incomplete, WhereTheTranscriptStops)
               (Texts{"transcript: it stops in a call", "GetMeasurement: its result is missing"}));
     EXPECT_EQ(incomplete_of(operation(calling)), Texts{});
 
-    const auto suite = transcript("suite-of-a-device-with-slot-3-alone");
-    const auto test = suite.find("✓ PASS: Multiple measurements test passed");
-    EXPECT_EQ(incomplete_of(suite.substr(0, test)),
-              (Texts{"Normal Measurements 3: Multiple Measurement Indices, slot 3: its verdict is "
+    const auto whole = suite(SuiteText().whole());
+    const auto test = whole.find("✓ PASS: Multiple measurements test passed");
+    EXPECT_EQ(incomplete_of(whole.substr(0, test)),
+              (Texts{"Normal Measurements 5: Multiple Measurement Indices, slot 0: its verdict is "
                      "missing",
                      "transcript: it stops in a suite"}));
-    const auto available = suite.find("✓ SUCCESS");
+    const auto available = whole.find("✓ SUCCESS");
     EXPECT_EQ(
-        incomplete_of(suite.substr(0, available)),
+        incomplete_of(whole.substr(0, available)),
         (Texts{"availability: its result is missing", "transcript: it stops in an activity"}));
 }
 
@@ -323,18 +323,18 @@ TEST(Tests, HaveTheirChecks)
 
 TEST(Tests, WhoseCallWentToAnotherDevice)
 {
-    auto text = transcript("suite-of-a-device-with-slot-3-alone");
+    auto text = suite(SuiteText().whole());
     const auto at = text.find("on object: /com/varn/bmc/spdm/spdm/cpu/cpu_12");
     ASSERT_NE(at, std::string::npos);
     text.replace(text.find("cpu_12", at), 6, "cpu_13");
     EXPECT_EQ(findings_of(run_of(text)),
-              Texts{"error Normal Measurements 1: Single Measurement Index 1, slot 3: its call "
+              Texts{"error Normal Measurements 1: Single Measurement Index 1, slot 0: its call "
                     "went to another device"});
 }
 
 TEST(Tests, WithoutACall)
 {
-    auto lines = transcript("suite-of-a-device-with-slot-3-alone");
+    auto lines = suite(SuiteText().whole());
     const auto heading = lines.find("=== Testing Single Measurement Index 1 ===\n");
     const auto call = lines.find('\n', heading) + 1;
     const auto verdict = lines.find("✓ PASS: Single measurement index 1", call);
@@ -345,7 +345,8 @@ TEST(Tests, WithoutACall)
 
 TEST(Categories, AreSkippedWhereNothingIsSupported)
 {
-    EXPECT_EQ(findings_of(run_of(transcript("suite-availability-supports-no-measurements"))),
+    EXPECT_EQ(findings_of(run_of(replaced(transcript("suite-of-a-device-without-slots"),
+                                          "support: YES", "support: NO"))),
               (Texts{"skipped Normal Measurements: the device does not support it",
                      "skipped Signed Measurements: the device does not support it",
                      "skipped Stress Tests: the device does not support it"}));
