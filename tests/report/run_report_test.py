@@ -4,6 +4,7 @@
 import errno
 import fcntl
 import gzip
+import json
 import os
 import pty
 import re
@@ -121,6 +122,33 @@ def test_conversations_of_an_input_have_names_of_their_own():
     assert re.findall(r'"kind":"run".*?"run":"(.*?)"', "\n".join(rows)) == ["three", "three#2", "three#3"]
 
 
+def totals(status, *arguments, **options):
+    return json.loads(expect(status, "--json", "-", *arguments, **options))["totals"]
+
+
+def test_totals():
+    text = Path("passed.txt").read_bytes()
+    Path("open").write_bytes(text + b"a line that nobody prints, without an end")
+    found = totals(0, "open", "passed.txt")
+    lines = text.count(b"\n")
+    assert (found["inputs"], found["runs"], found["lines"]) == (2, 2, 2 * lines + 1), found
+    assert (found["bytes"], found["notes"]) == (2 * len(text) + 41, 1), found
+    assert (found["nothing_to_judge"], found["unreadable"]) == (0, 0), found
+    Path("short.gz").write_bytes(gzip.compress(b"no transcript")[:-4])
+    found = totals(2, "short.gz", "nothing.txt", complaint="spdm-report: short.gz: the gzip data is cut short\n")
+    assert (found["inputs"], found["runs"], found["nothing_to_judge"], found["unreadable"]) == (2, 1, 1, 1), found
+
+
+def test_circumstances():
+    Path("night/bmc7").mkdir(parents=True)
+    Path("night/bmc7/transcript.txt").write_bytes(Path("passed.txt").read_bytes() * 2)
+    Path("night/bmc7/run.json").write_text('{"schema": "spdm-run/1", "controller": "lab-7", "end": "complete"}')
+    for folder in ("night", "night/bmc7", "night/bmc7/"):
+        rows = [json.loads(row) for row in expect(0, "--ndjson", "-", folder).splitlines()]
+        runs = [(row["controller"], row["run"], row["end"]) for row in rows if row["kind"] == "run"]
+        assert runs == [("lab-7", f"night/bmc7/transcript.txt{number}", "complete") for number in ("", "#2")], runs
+
+
 def test_unreadable_inputs():
     Path("cut.txt.gz").write_bytes(gzip.compress(Path("passed.txt").read_bytes())[:300])
     summary = expect(2, "cut.txt.gz", "passed.txt", complaint="spdm-report: cut.txt.gz: the gzip data is cut short\n")
@@ -162,6 +190,20 @@ def test_nobody_reads_on():
         expect(2, "--ndjson", "-", "--jobs", jobs, *["endless"], "passed.txt", "failed.txt", stdout=writer,
                stderr=subprocess.PIPE, capture_output=False, complaint=broken)
     os.close(writer)
+    # Input without end: who writes it finds nobody who reads it.
+    reader, writer = os.pipe()
+    os.close(reader)
+    child = subprocess.Popen([*REPORT, "--ndjson", "-", "-"], stdin=subprocess.PIPE, stdout=writer, stderr=subprocess.PIPE)
+    os.close(writer)
+    conversation = Path("failed.txt").read_bytes() * 100
+    try:
+        for _ in range(1000):
+            child.stdin.write(conversation)
+        raise AssertionError("it reads on")
+    except BrokenPipeError:
+        pass
+    assert child.stderr.read().decode() == broken
+    assert child.wait() == 2
     expect(2, "passed.txt", stdout=subprocess.PIPE, stderr=subprocess.PIPE, capture_output=False,
            preexec_fn=lambda: os.close(1),
            complaint="spdm-report: cannot write standard output: Bad file descriptor\n")

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <future>
 #include <string>
 #include <thread>
@@ -53,27 +54,67 @@ TEST_F(InTurnTest, LaterOnesFollowWhenThoseBeforeHaveFinished)
     EXPECT_EQ(taken, "acdDef");
 }
 
+/// A thread that puts a piece, and whether it waits for its turn.
+class Other
+{
+  public:
+    Other(InTurn& in_turn, std::size_t input, std::size_t bytes)
+        : put(std::async(std::launch::async, [&in_turn, input, bytes] {
+              in_turn.put(input, piece(std::string(bytes, 'b')));
+          }))
+    {}
+
+    bool waits()
+    {
+        return put.wait_for(std::chrono::milliseconds(50)) == std::future_status::timeout;
+    }
+
+    bool goes_on()
+    {
+        return put.wait_for(std::chrono::seconds(30)) == std::future_status::ready;
+    }
+
+  private:
+    std::future<void> put;
+};
+
 TEST_F(InTurnTest, WhoHoldsTooMuchWaits)
 {
-    std::atomic<bool> gone_on = false;
-    auto other = std::async(std::launch::async, [&] {
-        in_turn.put(1, piece(std::string(2000, 'b')));
-        gone_on = true;
-    });
-    EXPECT_EQ(other.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
-    EXPECT_FALSE(gone_on);
+    Other other(in_turn, 1, 2000);
+    EXPECT_TRUE(other.waits());
     in_turn.put(0, piece("a"));
     in_turn.finish(0);
-    other.get();
+    EXPECT_TRUE(other.goes_on());
     EXPECT_EQ(taken, "a" + std::string(2000, 'b'));
+}
+
+TEST_F(InTurnTest, WhoseTurnItIsGoesOnWhateverOthersHold)
+{
+    Other second(in_turn, 1, 2000);
+    Other third(in_turn, 2, 2000);
+    EXPECT_TRUE(second.waits());
+    in_turn.finish(0);
+    const bool second_goes_on = second.goes_on();
+    EXPECT_TRUE(second_goes_on);
+    EXPECT_TRUE(third.waits());
+    in_turn.abandon(); // Or a failure would wait without end.
+}
+
+TEST_F(InTurnTest, WhatHasBeenTakenIsNoLongerHeld)
+{
+    in_turn.put(1, piece(std::string(700, 'b')));
+    in_turn.finish(0);
+    Other third(in_turn, 2, 700);
+    EXPECT_TRUE(third.goes_on());
+    in_turn.abandon();
 }
 
 TEST_F(InTurnTest, NobodyWaitsForWhatIsAbandoned)
 {
-    auto other =
-        std::async(std::launch::async, [&] { in_turn.put(1, piece(std::string(2000, 'b'))); });
+    Other other(in_turn, 1, 2000);
+    EXPECT_TRUE(other.waits());
     in_turn.abandon();
-    other.get();
+    EXPECT_TRUE(other.goes_on());
     in_turn.put(0, piece("a"));
     in_turn.finish(0);
     EXPECT_EQ(taken, "");

@@ -83,7 +83,11 @@ TEST(Table, CutsTheWidestThatMayShrink)
                                                     "  123456789  1234567890  123\n");
     EXPECT_EQ(table(shrinking, {row}, {false, 25}), "  A         B         C\n"
                                                     "  1234567…  1234567…  123\n");
-    // Not below what tells one from the other.
+    // Neither below what tells one from the other, nor below the head.
+    EXPECT_EQ(table({{"A", false, true}, {"Long head", false, true}},
+                    {{{"123456789"}, {"1234567890"}}}, {false, 5}),
+              "  A       Long head\n"
+              "  12345…  12345678…\n");
     EXPECT_EQ(table(shrinking, {row}, {false, 5}), "  A       B       C\n"
                                                    "  12345…  12345…  123\n");
 }

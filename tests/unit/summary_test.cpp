@@ -135,7 +135,7 @@ TEST_F(SummaryTest, SkippedChecksAreGroupedByReason)
     EXPECT_EQ(text_of(two_devices(),
                       judged({check(0, Verdict::skipped, "GetMeasurement", "not supported", 8),
                               check(0, Verdict::skipped, "GetAll", "no slot", 9),
-                              check(0, Verdict::skipped, "GetMeasurement", "not supported", 10)})),
+                              check(0, Verdict::skipped, "GetAll", "not supported", 10)})),
               "- skipped CPU-0 (EID 10)  2 checks: not supported  bmc7.txt:8\n"
               "- skipped CPU-0 (EID 10)  GetAll: no slot  bmc7.txt:9\n"
               "\n"
@@ -261,6 +261,21 @@ TEST_F(SummaryTest, ManyControllersHaveALineEach)
                       "4 inputs, 4 runs, 1,234,571 checks: 1,234,569 passed, 0 failed, 1 error, 1 "
                       "skipped\n"
                       "! ERROR: not everything was proved\n");
+}
+
+TEST_F(SummaryTest, FiveControllersHaveTables)
+{
+    open(5);
+    add(two_devices(), judged({check(0, Verdict::skipped, "GetAll", "no slot", 9)}));
+    add(two_devices(), judged({check(0, Verdict::skipped, "GetAll", "no slot", 12)}));
+    EXPECT_EQ(text(), "- skipped bmc7: CPU-0 (EID 10)  2 checks: no slot  bmc7.txt:9\n"
+                      "\n"
+                      "bmc7\n"
+                      "  EID  XMID   Path    Verdict    Passed  Failed  Errors  Skipped\n"
+                      "   10  CPU-0  cpu_10  - skipped       0       0       0        2\n"
+                      "\n"
+                      "2 inputs, 2 runs, 2 checks: 0 passed, 0 failed, 0 errors, 2 skipped\n"
+                      "✓ PASSED\n");
 }
 
 TEST_F(SummaryTest, InputsWithoutRunsAreNamed)
