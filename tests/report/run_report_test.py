@@ -24,7 +24,7 @@ ENVIRONMENT = {name: value for name, value in os.environ.items() if name not in 
 # A transcript of each kind.
 SCENARIOS = {
     "passed": "measurement-of-two-blocks",
-    "failed": "get-certificate-statuses",
+    "failed": "recurring-ends-at-a-later-failure",
     "error": "bus-daemon-dies-in-mid-call",
     "incomplete": "device-index-at-end-of-input",
     "nothing": "exit-by-0",
