@@ -101,14 +101,14 @@ bool SuiteReader::availability_line(Shape shape, std::string_view rest)
 
 bool SuiteReader::slots_line(Shape shape, std::string_view rest)
 {
-    const auto discovered = [&](Outcome outcome) {
+    const auto discovered = [&](Outcome outcome, std::vector<std::uint32_t> found) {
         auto& call = context.run.calls[context.add_call(Operation::get_all, outcome)];
         call.slot_discovery = true;
         if (slots_begun != 0)
         {
             call.line = slots_begun;
         }
-        slots_known();
+        slots_known(std::move(found));
     };
     switch (shape)
     {
@@ -117,21 +117,14 @@ bool SuiteReader::slots_line(Shape shape, std::string_view rest)
             slots_shown.push_back(take_number<std::uint32_t>(rest).value_or(0));
             return true;
         case Shape::slots:
-            supported = numbers_in<std::uint32_t>(rest);
-            if (supported != slots_shown)
+            if (slots_shown != numbers_in<std::uint32_t>(rest))
             {
                 context.contradiction("the slots are not those that were found");
             }
-            discovered(Outcome::answered);
+            discovered(Outcome::answered, slots_shown);
             return true;
-        case Shape::slots_none:
-            supported.clear();
-            discovered(Outcome::answered);
-            return true;
-        case Shape::slots_error:
-            supported.clear();
-            discovered(Outcome::error);
-            return true;
+        case Shape::slots_none: discovered(Outcome::answered, {}); return true;
+        case Shape::slots_error: discovered(Outcome::error, {}); return true;
         case Shape::slot_skipped:
             if (auto* running = part())
             {
@@ -142,12 +135,14 @@ bool SuiteReader::slots_line(Shape shape, std::string_view rest)
     }
 }
 
-void SuiteReader::slots_known()
+/// Each category tests the slots of its first discovery.
+void SuiteReader::slots_known(std::vector<std::uint32_t> found)
 {
     slots_begun = 0;
     slots_shown.clear();
     if (auto* running = part(); running != nullptr && slot_discoveries++ == 0)
     {
+        supported = std::move(found);
         running->slots = static_cast<std::uint32_t>(supported.size());
     }
 }
@@ -553,10 +548,9 @@ void SuiteReader::object_not_found()
         context.add_call(operation, Outcome::unknown_device);
         return;
     }
-    supported.clear();
     auto& call = context.run.calls[context.add_call(Operation::get_all, Outcome::unknown_device)];
     call.slot_discovery = true;
-    slots_known();
+    slots_known({});
 }
 
 void SuiteReader::close()

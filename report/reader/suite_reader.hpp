@@ -54,7 +54,7 @@ class SuiteReader
                     std::optional<Indices> indices);
     void read_indices(std::string_view rest);
     void end_test(Shape heading, Test::ClientVerdict verdict, std::string_view number);
-    void slots_known();
+    void slots_known(std::vector<std::uint32_t> found);
     void end_discoveries();
     void read_row(std::string_view text);
     std::optional<std::uint32_t> slot_of_test() const;
@@ -67,8 +67,8 @@ class SuiteReader
     std::optional<CategoryName> category;
     Line slots_begun = 0; ///< "Slot 0 is supported", the first of them.
     std::vector<std::uint32_t> slots_shown;
-    std::vector<std::uint32_t> supported;
-    std::uint32_t slot_discoveries = 0; ///< Of the category.
+    std::vector<std::uint32_t> supported; ///< The slots that the category tests.
+    std::uint32_t slot_discoveries = 0;   ///< Of the category.
     std::optional<std::uint32_t> slot;
     std::optional<std::uint32_t> tests_of_different_slots;
     std::array<std::uint32_t, category_count> ordinals{};

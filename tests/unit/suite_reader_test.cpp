@@ -242,10 +242,12 @@ INSTANTIATE_TEST_SUITE_P(
                    "ReAuth Status: Passed Time taken(In us): 1\n",
                    "Object name not found.\n",
                    {"error ReAuthenticate: the client does not know the device"}},
-        ChangeCase{"SlotMissing",
-                   "ℹ INFO: Slot 1 is supported\n",
-                   "",
-                   {"error transcript: the slots are not those that were found"}},
+        ChangeCase{
+            "SlotMissing",
+            "ℹ INFO: Slot 1 is supported\n",
+            "",
+            {"error transcript: the slots are not those that were found",
+             "error results of the suite: Normal Measurements has 8 tests, its slots make 4"}},
         ChangeCase{"SlotsOther",
                    "Supported slots: 0, 1",
                    "Supported slots: 0, 2",
@@ -503,6 +505,22 @@ TEST(Suites, HeadingsTellNoOtherTestsSlot)
     EXPECT_EQ(run.calls.at(run.tests.at(1).call).slot, 0U);
     EXPECT_EQ(run.calls.at(run.tests.at(2).call).slot, std::nullopt);
     EXPECT_EQ(run.calls.at(run.tests.at(3).call).slot, 1U);
+}
+
+/// The failure tests ask for the slots again and again, and use those of the first answer.
+TEST(Suites, SlotsThatChangeInTheFailureTests)
+{
+    SuiteText text;
+    auto failures = text.failure_tests();
+    const auto second = failures.find(text.slots) + text.slots.size();
+    failures.replace(second, text.slots.size(),
+                     "ℹ INFO: Slot 5 is supported\nℹ INFO: Supported slots: 5\n");
+    failures.replace(failures.find(text.slots), text.slots.size(),
+                     "ℹ INFO: Slot 3 is supported\nℹ INFO: Supported slots: 3\n");
+    const auto run = run_of(suite(SuiteText::availability() + SuiteText::begin() + failures));
+    EXPECT_EQ(run.calls.at(run.tests.at(0).call).slot, 3U);
+    EXPECT_EQ(run.suites.at(0).parts[2].slots, 1U);
+    EXPECT_EQ(contradictions_of(run), Texts{});
 }
 
 TEST(Suites, ATestOutsideACategory)
