@@ -134,8 +134,11 @@ class Judge
         {
             return std::string(rule.reason);
         }
-        return call.status_text.empty() ? "status " + std::to_string(call.status.value_or(0))
-                                        : std::string(call.status_text);
+        if (!call.status_text.empty())
+        {
+            return std::string(call.status_text);
+        }
+        return call.status ? "status " + std::to_string(*call.status) : "no status";
     }
 
     Check& add_by_rule(const CallRule& rule, Subject subject, Index index, Index device, Line line,
@@ -280,7 +283,7 @@ class Judge
         if (run.monitor_failed_line != 0)
         {
             add(run.monitor_failed_line, none, Subject::monitor, none, Verdict::error,
-                run.monitor_failure);
+                run.monitor_failure.empty() ? "it failed" : run.monitor_failure);
         }
         else if (run.monitor_line != 0)
         {
