@@ -1,6 +1,7 @@
 #include "report/reader/call_reader.hpp"
 
 #include "report/reader/fields.hpp"
+#include "report/reader/vocabulary.hpp"
 
 #include <algorithm>
 #include <array>
@@ -19,10 +20,6 @@ constexpr std::array regression{
     Operation::get_measurement,
     Operation::get_signed_measurement,
 };
-
-constexpr std::array<std::string_view, 5> challenge_statuses{"Not Ready", "Passed", "In Progress",
-                                                             "Failed", "Not Supported"};
-constexpr std::array<std::string_view, 2> results{"Success", "Failed"};
 
 /// The code of a status that the client prints as a word alone.
 template <std::size_t count>
@@ -170,7 +167,7 @@ bool CallReader::certificate_result(std::string_view rest)
     const auto word = status.value_or(path);
     auto& call = context.run.calls[context.add_call(operation, Outcome::answered)];
     call.status_text = context.run.texts.keep(word);
-    call.status = code_of(word, results);
+    call.status = code_of(word, certificate_results);
     call.microseconds = microseconds;
     if (status)
     {

@@ -83,6 +83,19 @@ Index Devices::table_row(std::uint32_t index, std::optional<std::uint16_t> devic
     return enter(device);
 }
 
+Index Devices::renamed(Index device, std::string_view xmid, Line line)
+{
+    learn_xmid(device, xmid);
+    if (device == none || run.devices[device].xmid == xmid)
+    {
+        return device;
+    }
+    auto changed = run.devices[device];
+    changed.line = line;
+    changed.xmid = run.texts.keep(xmid);
+    return enter(changed);
+}
+
 void Devices::learn_xmid(Index device, std::string_view xmid)
 {
     if (device != none && !run.devices[device].xmid)

@@ -27,6 +27,9 @@ class Devices
     Index table_row(std::uint32_t index, std::optional<std::uint16_t> device_eid,
                     std::string_view xmid, std::string_view path, Line line);
 
+    /// The device with its new XMID: a new entry, unless none was known.
+    Index renamed(Index device, std::string_view xmid, Line line);
+
     /// Sets what is not known yet.
     void learn_xmid(Index device, std::string_view xmid);
 

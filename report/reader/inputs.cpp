@@ -59,7 +59,12 @@ bool is_named_as_transcript(std::string_view name)
 
 std::string in_folder(const std::string& folder, std::string_view name)
 {
-    return folder + (folder.ends_with('/') ? "" : "/") + std::string(name);
+    auto path = folder;
+    if (!path.ends_with('/'))
+    {
+        path += '/';
+    }
+    return path.append(name);
 }
 
 /// The folder in which a file is: "a/" for "a/b", nothing for "b".
@@ -265,7 +270,7 @@ std::string joined(const Components& components, std::size_t leading, std::size_
     std::string text;
     for (auto i = leading; i + trailing < components.size(); ++i)
     {
-        text += (i == leading ? "" : "/") + std::string(components[i]);
+        text.append(i == leading ? "" : "/").append(components[i]);
     }
     return text.empty() ? "/" : text;
 }

@@ -16,19 +16,19 @@ namespace
 /// Texts are known by their first bytes, which all of them have.
 constexpr std::size_t key_size = 7;
 
-struct Row
+struct KnownText
 {
     std::string_view text;
     Shape shape;
     bool whole;
 };
 
-constexpr Row line(std::string_view text, Shape shape = Shape::known)
+constexpr KnownText line(std::string_view text, Shape shape = Shape::known)
 {
     return {text, shape, true};
 }
 
-constexpr Row head(std::string_view text, Shape shape = Shape::known)
+constexpr KnownText head(std::string_view text, Shape shape = Shape::known)
 {
     return {text, shape, false};
 }
@@ -311,10 +311,10 @@ std::uint64_t key_of(std::string_view text)
 }
 
 /// The rows by the hash of their keys.
-class Index
+class ShapesByText
 {
   public:
-    Index()
+    ShapesByText()
     {
         for (const auto& row : rows)
         {
@@ -340,7 +340,7 @@ class Index
         return (key * 0x9e3779b97f4a7c15U) >> 55U;
     }
 
-    std::array<std::vector<Row>, 512> buckets;
+    std::array<std::vector<KnownText>, 512> buckets;
 };
 
 bool is_digit(char c)
@@ -492,7 +492,7 @@ Recognised listed_object(std::string_view text)
 
 Recognised recognise(std::string_view text)
 {
-    static const Index index;
+    static const ShapesByText shapes;
     if (text.empty())
     {
         return {Shape::blank, {}};
@@ -503,7 +503,7 @@ Recognised recognise(std::string_view text)
     }
     if (text.size() >= key_size)
     {
-        const auto found = index.find(text);
+        const auto found = shapes.find(text);
         if (found.shape != Shape::unknown)
         {
             return found;

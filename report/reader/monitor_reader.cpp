@@ -1,6 +1,7 @@
 #include "report/reader/monitor_reader.hpp"
 
 #include "report/reader/fields.hpp"
+#include "report/reader/vocabulary.hpp"
 #include "shell/service_contract.hpp"
 
 #include <algorithm>
@@ -14,8 +15,6 @@ namespace report
 namespace
 {
 
-constexpr std::array<std::string_view, 5> challenge_statuses{"Not Ready", "Passed", "In Progress",
-                                                             "Failed", "Not Supported"};
 constexpr std::string_view completed = "Properties change handler is completed.";
 
 } // namespace
@@ -145,6 +144,10 @@ bool MonitorReader::changed_property(std::string_view text)
         {
             add(ServiceContract::PROPERTIES_CHANGED, device, {}, context.run.texts.keep(*name));
             continue;
+        }
+        if (*name == "XMID")
+        {
+            device = context.devices.renamed(device, text, context.number);
         }
         add(ServiceContract::PROPERTIES_CHANGED, device, context.run.texts.keep(text),
             context.run.texts.keep(*name));
