@@ -2,21 +2,10 @@
 #include "shell/menus.hpp"
 #include "shell/service_contract.hpp"
 
-#include <cstdio>
 #include <iostream>
-
-namespace
-{
-
-/// Big enough for the longest line, so that a flush is one write: by default the system bus passes
-/// messages of up to 32 MiB, and a line shows at most one. Pages that no line reaches use no memory.
-char output_buffer[33 << 20];
-
-} // namespace
 
 int main()
 {
-    std::setvbuf(stdout, output_buffer, _IOFBF, sizeof output_buffer);
     std::cout << "SPDM Client Start" << std::endl;
     std::cout << "Initialization successful" << std::endl;
     std::cout << "Available SPDM Supported Devices." << std::endl;
