@@ -163,7 +163,7 @@ class Comparison
             }
             return;
         }
-        add(suite.details_line, "the table has no row of " + std::string(name));
+        add(details_line(), "the table has no row of " + std::string(name));
     }
 
     void compare_table()
@@ -176,8 +176,14 @@ class Comparison
         compare_row("OVERALL SUMMARY", sum(), overall_grade_of(rate_of(sum())));
         if (suite.rows > category_count + 1)
         {
-            add(suite.details_line, "the table has rows of no category");
+            add(details_line(), "the table has rows of no category");
         }
+    }
+
+    /// The end of the suite where the details' head is missing.
+    Line details_line() const
+    {
+        return suite.details_line != 0 ? suite.details_line : suite.done_line;
     }
 
     void compare_details()
@@ -185,7 +191,7 @@ class Comparison
         if (suite.categories_told != category_count || suite.tests_told != sum().total ||
             suite.rate_told != rate_of(sum()) || suite.verdict_told != verdict_of(rate_of(sum())))
         {
-            add(suite.details_line, "the execution details are not those of the verdict lines");
+            add(details_line(), "the execution details are not those of the verdict lines");
         }
     }
 

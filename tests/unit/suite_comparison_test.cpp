@@ -182,6 +182,12 @@ INSTANTIATE_TEST_SUITE_P(
                        {details}},
         ComparisonCase{
             "DetailsMissing", [](Run&, Suite& suite) { suite.tests_told.reset(); }, {details}},
+        ComparisonCase{"DetailsHeadMissing",
+                       [](Run&, Suite& suite) {
+                           suite.details_line = 0;
+                           suite.rate_told = 99;
+                       },
+                       {"710 the execution details are not those of the verdict lines"}},
         ComparisonCase{"EndMissing",
                        [](Run&, Suite& suite) { suite.done_line = 0; },
                        {"10 its end is missing"}},
