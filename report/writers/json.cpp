@@ -23,6 +23,10 @@ std::string JsonOutput::prepare(const Run& run, const Judgement& judgement) cons
 
 void JsonOutput::append(std::string_view prepared)
 {
+    if (prepared.empty()) // There was no run.
+    {
+        return;
+    }
     file.append(is_first ? "\n" : ",\n");
     file.append(prepared);
     is_first = false;

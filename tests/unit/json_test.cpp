@@ -31,7 +31,9 @@ TEST(JsonOutput, WritesOneDocument)
                   .counts = {}};
     totals.counts.of = {10, 11, 12, 13};
     const auto text = written([&](Output& output) {
+        output.append(output.prepare_without_runs("bench-6", "empty.txt"));
         output.append(output.prepare(empty_run(), {}));
+        output.append(output.prepare_without_runs("bench-8", "empty.txt"));
         output.append("{}");
         output.finish(totals);
     });
