@@ -15,14 +15,18 @@ namespace
 constexpr unsigned most_jobs = 256;
 
 constexpr const char* help =
-    R"(Usage: spdm-report [--json FILE] [--ndjson FILE] [--fail-on LIST] [--jobs N] INPUT...
+    R"(Usage: spdm-report [--json FILE] [--ndjson FILE] [--junit FOLDER|FILE]
+                   [--metrics FILE] [--fail-on LIST] [--jobs N] INPUT...
 
-Judges what spdm-client printed. Without --json and --ndjson prints a summary.
+Judges what spdm-client printed. Without an output option prints a summary.
 
   INPUT            a transcript (also .gz or .zst), - for standard input, or a
                    folder, which is searched for *.txt, *.txt.gz and *.txt.zst
   --json FILE      write one JSON document; - is standard output
   --ndjson FILE    write a JSON object a line for each thing in the transcripts
+  --junit FOLDER   write JUnit XML for a build server, a file a controller
+  --junit FILE     all in one file, which ends in .xml
+  --metrics FILE   write verdicts and call times for Prometheus
   --fail-on LIST   what makes the exit status 1, separated by commas: failed,
                    error, incomplete, deviation; all by default
   --jobs N         read so many inputs at the same time; 1 by default
@@ -72,10 +76,22 @@ FailOn parse_fail_on(std::string_view list)
 /// Two outputs into one file would overwrite each other.
 void require_different_files(const Request& request)
 {
-    if (!request.json.empty() && request.json == request.ndjson)
+    const std::array outputs{
+        std::pair{"--json", &request.json},
+        std::pair{"--ndjson", &request.ndjson},
+        std::pair{"--junit", &request.junit},
+        std::pair{"--metrics", &request.metrics},
+    };
+    for (const auto& [option, path] : outputs)
     {
-        throw OptionError("--json and --ndjson both write to " +
-                          (request.json == "-" ? "standard output" : request.json));
+        const auto* const first =
+            std::find_if(outputs.begin(), outputs.end(),
+                         [path = path](const auto& other) { return *other.second == *path; });
+        if (!path->empty() && first->second != path)
+        {
+            throw OptionError(std::string(first->first) + " and " + option + " both write to " +
+                              (*path == "-" ? "standard output" : *path));
+        }
     }
 }
 
@@ -97,6 +113,8 @@ try
         "");
     app.add_option("--json", request.json)->check(not_empty);
     app.add_option("--ndjson", request.ndjson)->check(not_empty);
+    app.add_option("--junit", request.junit)->check(not_empty);
+    app.add_option("--metrics", request.metrics)->check(not_empty);
     auto* const fail_option = app.add_option("--fail-on", fail_on);
     app.add_option("--jobs", request.jobs)->check(CLI::Range(1U, most_jobs));
     app.add_option("INPUT", request.inputs)->required();

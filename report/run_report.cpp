@@ -7,6 +7,8 @@
 #include "report/reader/source.hpp"
 #include "report/reader/transcript_reader.hpp"
 #include "report/writers/json.hpp"
+#include "report/writers/junit.hpp"
+#include "report/writers/metrics.hpp"
 #include "report/writers/ndjson.hpp"
 #include "report/writers/summary.hpp"
 
@@ -50,10 +52,7 @@ void add(Totals& totals, const Totals& more)
     totals.notes += more.notes;
     totals.nothing_to_judge += more.nothing_to_judge;
     totals.unreadable += more.unreadable;
-    for (std::size_t i = 0; i < verdict_count; ++i)
-    {
-        totals.counts.of[i] += more.counts.of[i];
-    }
+    totals.counts += more.counts;
 }
 
 /// The outputs that can be written so far, and what came of it all.
@@ -378,7 +377,16 @@ ExitStatus run_report(const Request& request,
     {
         results.open([&] { return std::make_unique<NdjsonOutput>(request.ndjson); });
     }
-    if (request.json.empty() && request.ndjson.empty())
+    if (!request.junit.empty())
+    {
+        results.open([&] { return std::make_unique<JunitOutput>(request.junit); });
+    }
+    if (!request.metrics.empty())
+    {
+        results.open([&] { return std::make_unique<MetricsOutput>(request.metrics); });
+    }
+    if (request.json.empty() && request.ndjson.empty() && request.junit.empty() &&
+        request.metrics.empty())
     {
         results.open([&] {
             return std::make_unique<Summary>("-", terminal_of(STDOUT_FILENO),

@@ -22,6 +22,8 @@ struct Request
     std::vector<std::string> inputs;
     std::string json;
     std::string ndjson;
+    std::string junit; ///< A folder, unless it is "-" or ends in .xml.
+    std::string metrics;
     FailOn fail_on;
     unsigned jobs = 1; ///< Inputs read at the same time.
 };

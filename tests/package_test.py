@@ -47,7 +47,7 @@ TOOLS_FILES = {
     "usr/share/man/man1/spdm-report.1.gz": DATA,
 }
 # The client must not need them.
-TOOLS_LIBRARIES = ("libfmt", "libzstd", "zlib1g")
+TOOLS_LIBRARIES = ("libfmt", "libpugixml", "libzstd", "zlib1g")
 
 # The device at index 2 fails its re-authentication, so another fleet, or none, is noticed.
 TYPED = "2\n2\n1\n8\n-1\n9\n4\n"

@@ -25,16 +25,7 @@ std::string describe_call(const Call& call)
     {
         return "slot discovery";
     }
-    auto text = with_slot(operation_of(call.operation), call.slot);
-    if (call.indices && !call.indices->empty())
-    {
-        text += call.indices->size() == 1 ? ", index" : ", indices";
-        for (const auto index : *call.indices)
-        {
-            text += ' ' + std::to_string(index);
-        }
-    }
-    return text;
+    return with_slot(operation_of(call.operation), call.slot) + describe_indices(call);
 }
 
 std::string describe_test(const Run& run, const Test& test)
@@ -45,6 +36,20 @@ std::string describe_test(const Run& run, const Test& test)
 }
 
 } // namespace
+
+std::string describe_indices(const Call& call)
+{
+    if (!call.indices || call.indices->empty())
+    {
+        return {};
+    }
+    std::string text = call.indices->size() == 1 ? ", index" : ", indices";
+    for (const auto index : *call.indices)
+    {
+        text += ' ' + std::to_string(index);
+    }
+    return text;
+}
 
 std::string describe(const Run& run, const Check& check)
 {

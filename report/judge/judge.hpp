@@ -15,4 +15,7 @@ Judgement judge(const Run& run);
 /// 1, slot 0".
 std::string describe(const Run& run, const Check& check);
 
+/// ", index 1", ", indices 1 2"; empty where the call shows none.
+std::string describe_indices(const Call& call);
+
 } // namespace report

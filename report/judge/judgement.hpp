@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,18 @@ struct Counts
     std::uint64_t operator[](Verdict verdict) const
     {
         return of[static_cast<std::size_t>(verdict)];
+    }
+    Counts& operator+=(const Counts& more)
+    {
+        for (std::size_t i = 0; i < verdict_count; ++i)
+        {
+            of[i] += more.of[i];
+        }
+        return *this;
+    }
+    std::uint64_t all() const
+    {
+        return std::accumulate(of.begin(), of.end(), std::uint64_t{0});
     }
 };
 

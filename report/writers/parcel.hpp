@@ -1,11 +1,13 @@
 #pragma once
 
+#include "report/judge/judgement.hpp"
+
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
 
-/// Numbers and texts one after the other in a string.
+/// Numbers, counts and texts one after the other in a string.
 namespace report
 {
 
@@ -23,6 +25,15 @@ class Packer
     {
         *this << text.size();
         packed.append(text);
+        return *this;
+    }
+
+    Packer& operator<<(const Counts& counts)
+    {
+        for (const auto count : counts.of)
+        {
+            *this << count;
+        }
         return *this;
     }
 
@@ -45,6 +56,16 @@ class Unpacker
     std::string_view text()
     {
         return take(number());
+    }
+
+    Counts counts()
+    {
+        Counts counts;
+        for (auto& count : counts.of)
+        {
+            count = number();
+        }
+        return counts;
     }
 
     bool at_end() const

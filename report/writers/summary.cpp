@@ -21,34 +21,6 @@ constexpr std::size_t most_tables = 5;     // More controllers get a line each.
 constexpr std::size_t most_devices = 1000; // Rows of a controller's table.
 constexpr std::size_t most_skips = 200;    // Lines about what was skipped.
 
-Packer& operator<<(Packer& packer, const Counts& counts)
-{
-    for (const auto count : counts.of)
-    {
-        packer << count;
-    }
-    return packer;
-}
-
-Counts unpack_counts(Unpacker& packed)
-{
-    Counts counts;
-    for (auto& count : counts.of)
-    {
-        count = packed.number();
-    }
-    return counts;
-}
-
-Counts& operator+=(Counts& counts, const Counts& more)
-{
-    for (std::size_t i = 0; i < verdict_count; ++i)
-    {
-        counts.of[i] += more.of[i];
-    }
-    return counts;
-}
-
 Row counted_cells(const Look& look, std::string_view verdict, const Counts& counts)
 {
     Row cells{{fmt::format("{} {}", look.mark, verdict), look.style}};
@@ -259,7 +231,7 @@ void Summary::append(std::string_view prepared)
     const bool nothing = packed.number() != 0;
     controller.nothing |= nothing;
     state->any_judged |= !nothing;
-    controller.counts += unpack_counts(packed);
+    controller.counts += packed.counts();
     for (auto rows = packed.at_end() ? 0 : packed.number(); rows > 0; --rows)
     {
         DeviceRow row;
@@ -267,7 +239,7 @@ void Summary::append(std::string_view prepared)
         row.xmid = packed.text();
         row.path = packed.text();
         row.verdict = static_cast<Verdict>(packed.number());
-        row.counts = unpack_counts(packed);
+        row.counts = packed.counts();
         State::merge(controller, std::move(row));
     }
     while (!packed.at_end())

@@ -1,5 +1,6 @@
 #include "report/writers/summary_lines.hpp"
 
+#include "report/writers/same_devices.hpp"
 #include "report/writers/words.hpp"
 
 #include <algorithm>
@@ -22,11 +23,6 @@ constexpr std::size_t shown_of_many = 20;
 std::string marked(const Look& look, std::string_view what)
 {
     return fmt::format("{} {:<{}}", look.mark, what, verdict_indent - 2);
-}
-
-std::string_view last_element(std::string_view path)
-{
-    return path.substr(path.rfind('/') + 1);
 }
 
 std::string device_name(const Device& device)
@@ -170,11 +166,9 @@ Closing closing_of(const Totals& totals, bool any_judged)
 std::string totals_line(const Totals& totals)
 {
     const auto& counts = totals.counts;
-    const auto checks = counts[Verdict::passed] + counts[Verdict::failed] + counts[Verdict::error] +
-                        counts[Verdict::skipped];
     return fmt::format("{}, {}, {}: {} passed, {} failed, {}, {} skipped",
                        count_of(totals.inputs, "input"), count_of(totals.runs, "run"),
-                       count_of(checks, "check"), grouped(counts[Verdict::passed]),
+                       count_of(counts.all(), "check"), grouped(counts[Verdict::passed]),
                        grouped(counts[Verdict::failed]), count_of(counts[Verdict::error], "error"),
                        grouped(counts[Verdict::skipped]));
 }

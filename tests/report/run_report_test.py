@@ -107,7 +107,7 @@ def test_jobs_keep_the_order():
             corpus.expected("suite-partial-failures") * (20 if number % 10 == 3 else 1) if number % 7 else b"nothing\n")
     Path("jobs/40.txt.gz").write_bytes(gzip.compress(large)[:-9])
     complaint = "spdm-report: jobs/40.txt.gz: the gzip data is cut short\n"
-    for options in ([], ["--json", "-"], ["--ndjson", "-"]):
+    for options in ([], ["--json", "-"], ["--junit", "-"], ["--metrics", "-"], ["--ndjson", "-"]):
         one, four = (expect(2, *options, "--jobs", jobs, "jobs", complaint=complaint) for jobs in ("1", "4"))
         assert one == four and len(one) > 10_000, options
     rows = one.splitlines()
@@ -169,10 +169,11 @@ def test_unreadable_inputs():
 
 def test_outputs_that_cannot_be_written():
     full = "spdm-report: cannot write standard output: No space left on device\n"
-    for options in ([], ["--json", "-"], ["--ndjson", "-"]):
+    for options in ([], ["--json", "-"], ["--ndjson", "-"], ["--junit", "-"], ["--metrics", "-"]):
         with open("/dev/full", "w") as output:
             expect(2, *options, "passed.txt", stdout=output, stderr=subprocess.PIPE, capture_output=False, complaint=full)
     expect(2, "--json", "no/such", "passed.txt", complaint="spdm-report: cannot write no/such: No such file or directory\n")
+    expect(2, "--junit", "passed.txt", "passed.txt", complaint="spdm-report: cannot write passed.txt: Not a directory\n")
     # The other output is written all the same.
     with open("/dev/full", "w") as output:
         expect(2, "--json", "-", "--ndjson", "rows", "passed.txt", stdout=output, stderr=subprocess.PIPE,

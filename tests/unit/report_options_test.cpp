@@ -26,6 +26,8 @@ TEST(ReportOptions, AreASummaryOfEverythingByDefault)
     EXPECT_EQ(request.inputs, std::vector<std::string>{"a.txt"});
     EXPECT_EQ(request.json, "");
     EXPECT_EQ(request.ndjson, "");
+    EXPECT_EQ(request.junit, "");
+    EXPECT_EQ(request.metrics, "");
     EXPECT_EQ(request.jobs, 1U);
     EXPECT_TRUE(request.fail_on.failed);
     EXPECT_TRUE(request.fail_on.error);
@@ -35,10 +37,12 @@ TEST(ReportOptions, AreASummaryOfEverythingByDefault)
 
 TEST(ReportOptions, NameOutputsAndJobs)
 {
-    const Request request =
-        request_of({"--json", "-", "first", "--ndjson=rows", "--jobs", "4", "-", "last"});
+    const Request request = request_of({"--json", "-", "first", "--ndjson=rows", "--jobs", "4", "-",
+                                        "--junit", "out", "--metrics", "spdm.prom", "last"});
     EXPECT_EQ(request.json, "-");
     EXPECT_EQ(request.ndjson, "rows");
+    EXPECT_EQ(request.junit, "out");
+    EXPECT_EQ(request.metrics, "spdm.prom");
     EXPECT_EQ(request.jobs, 4U);
     EXPECT_EQ(request.inputs, (std::vector<std::string>{"first", "-", "last"}));
     EXPECT_EQ(request_of({"--", "--json"}).inputs, std::vector<std::string>{"--json"});
@@ -84,6 +88,8 @@ TEST(ReportOptions, MistakesAreNamed)
               "--json and --ndjson both write to standard output");
     EXPECT_EQ(option_complaint({"a.txt", "--json", "x", "--ndjson", "x"}),
               "--json and --ndjson both write to x");
+    EXPECT_EQ(option_complaint({"a.txt", "--metrics", "x", "--json", "y", "--ndjson", "x"}),
+              "--ndjson and --metrics both write to x");
     EXPECT_EQ(option_complaint({"a.txt", "--fail-on", "failed,broken"}),
               "--fail-on: \"broken\" is none of failed, error, incomplete, deviation");
     EXPECT_EQ(option_complaint({"a.txt", "--fail-on", "failed,"}),
