@@ -435,9 +435,9 @@ bool SuiteReader::table_line(Shape shape, std::string_view text, std::string_vie
             descriptor = context.add_call(Operation::get_all, Outcome::error);
             return true;
         case Shape::table_begins:
-            if (suite == none)
+            if (suite == none || context.run.suites[suite].first_row != none)
             {
-                return false;
+                return false; // A second table.
             }
             in_table = true;
             context.run.suites[suite].first_row = static_cast<Index>(context.run.categories.size());

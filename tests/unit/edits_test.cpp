@@ -198,7 +198,6 @@ bool may_be_repeated(const std::string& line)
         Shape::details_tests,
         Shape::details_rate,
         Shape::suite_verdict,
-        Shape::table_begins,
         Shape::re_authenticate_result,
         Shape::re_authenticate_error,
         Shape::descriptor_failed,

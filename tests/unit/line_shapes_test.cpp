@@ -312,6 +312,8 @@ INSTANTIATE_TEST_SUITE_P(
     Others, KnownBy,
     testing::Values(ShapeCase{"", Shape::blank, ""}, ShapeCase{"4", Shape::number, "4"},
                     ShapeCase{"-1", Shape::number, "-1"},
+                    ShapeCase{"18446744073709551615", Shape::number, "18446744073709551615"},
+                    ShapeCase{"184467440737095516150", Shape::unknown, ""},
                     ShapeCase{"2: Normal Test ", Shape::unknown, ""},
                     ShapeCase{"SPDM Client Start!", Shape::unknown, ""},
                     ShapeCase{"ReAuth", Shape::unknown, ""},

@@ -378,6 +378,11 @@ INSTANTIATE_TEST_SUITE_P(
                     "error results of the suite: the table has no row of Failure Tests (Expected)",
                     "error results of the suite: the table has no row of Stress Tests",
                     "error results of the suite: the table has no row of OVERALL SUMMARY"}},
+        ChangeCase{"TableTwice",
+                   "| OVERALL SUMMARY ",
+                   "|                   COMPREHENSIVE TEST RESULTS TABLE                   |\n"
+                   "| OVERALL SUMMARY ",
+                   {out_of_place}},
         ChangeCase{"SlotLineAfterASlot",
                    "Testing with invalid slot 8:\n",
                    "ℹ INFO: Skipping slot 8 as it is actually supported\n",
