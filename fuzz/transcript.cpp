@@ -4,7 +4,9 @@
 #include "report/judge/judge.hpp"
 #include "report/reader/line_splitter.hpp"
 #include "report/reader/transcript_reader.hpp"
+#include "report/writers/junit_suites.hpp"
 #include "report/writers/rows.hpp"
+#include "report/writers/utf8.hpp"
 
 #include <nlohmann/json.hpp>
 
@@ -12,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <numeric>
+#include <pugixml.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,6 +60,50 @@ void check_rows(std::string_view rows)
     }
 }
 
+/// The parser accepts characters, and references to some, that XML forbids.
+void check_junit(const std::string& suite)
+{
+    pugi::xml_document document;
+    require(document.load_buffer(suite.data(), suite.size()), "a suite is XML");
+    for (std::string_view rest = suite; !rest.empty();)
+    {
+        const auto [size, valid] = report::first_character(rest);
+        const auto character = rest.substr(0, size);
+        require(valid, "a suite is UTF-8");
+        require(static_cast<unsigned char>(character.front()) >= 0x20 || character == "\n" ||
+                    character == "\t",
+                "a suite has no control characters");
+        require(character != "\xef\xbf\xbe" && character != "\xef\xbf\xbf",
+                "a suite has no character that is none");
+        require(!rest.starts_with("&#0") || rest.starts_with("&#09;") ||
+                    rest.starts_with(report::junit_run_mark),
+                "a suite refers to no control character");
+        require(!rest.starts_with("&#1") || rest.starts_with("&#10;") || rest.starts_with("&#13;"),
+                "a suite refers to no control character");
+        rest.remove_prefix(size);
+    }
+}
+
+std::string junit_of(const report::Run& run, const report::Judgement& judgement)
+{
+    std::string text;
+    std::uint64_t cases = 0;
+    for (const auto& suite : report::junit_suites(run, judgement))
+    {
+        auto whole = suite.opening;
+        for (const auto& problem : suite.problems)
+        {
+            whole += problem.text;
+        }
+        whole += suite.others + "</testsuite>";
+        check_junit(whole);
+        cases += suite.counts.all();
+        text += whole;
+    }
+    require(cases == judgement.checks.size(), "each check is a case");
+    return text;
+}
+
 /// All outputs of a transcript that arrives in chunks of `first` and `second` bytes in turn.
 std::string outputs_of(std::string_view transcript, std::size_t first, std::size_t second)
 {
@@ -69,7 +116,7 @@ std::string outputs_of(std::string_view transcript, std::size_t first, std::size
         check_rows(rows);
         const auto object = report::object_of(run, judgement);
         require(nlohmann::json::accept(object), "a run is JSON");
-        outputs += rows + object;
+        outputs += rows + object + junit_of(run, judgement);
     });
     report::LineSplitter splitter;
     const auto take = [&](std::string_view line, std::uint64_t bytes) { reader.line(line, bytes); };
