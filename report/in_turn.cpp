@@ -10,10 +10,10 @@ namespace
 
 std::size_t bytes_of(const Piece& piece)
 {
-    std::size_t bytes = sizeof piece + piece.complaint.size();
+    std::size_t bytes = sizeof(piece) + piece.complaint.size();
     for (const std::string& text : piece.texts)
     {
-        bytes += sizeof text + text.size();
+        bytes += sizeof(std::string) + text.size();
     }
     return bytes;
 }

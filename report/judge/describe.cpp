@@ -9,7 +9,7 @@ namespace report
 namespace
 {
 
-std::string with_slot(std::string text, const std::optional<std::uint32_t>& slot)
+std::string with_slot(const std::string& text, const std::optional<std::uint32_t>& slot)
 {
     return slot ? text + ", slot " + std::to_string(*slot) : text;
 }
@@ -32,7 +32,7 @@ std::string describe_test(const Run& run, const Test& test)
 {
     auto text = std::string(word(test.category)) + ' ' + std::to_string(test.ordinal) + ": " +
                 std::string(test.name);
-    return test.call == none ? text : with_slot(std::move(text), run.calls[test.call].slot);
+    return test.call == none ? text : with_slot(text, run.calls[test.call].slot);
 }
 
 } // namespace

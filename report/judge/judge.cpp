@@ -65,7 +65,7 @@ class Judge
 
     void judge_transcript()
     {
-        const auto error = [&](Line line, std::string reason, bool incomplete) {
+        const auto error = [&](Line line, std::string_view reason, bool incomplete) {
             add(line, none, Subject::transcript, none, Verdict::error, reason).incomplete =
                 incomplete;
         };

@@ -14,6 +14,13 @@ bool is_measurement(const CallFacts& facts)
     return facts.is(Operation::get_measurement) || facts.is(Operation::get_signed_measurement);
 }
 
+/// Measurement Not Supported, or Measurement Summary Not Available.
+bool is_unsupported(const CallFacts& facts)
+{
+    const auto code = facts.call.status.value_or(0);
+    return code == 10 || code == 11;
+}
+
 /// The client counts a test as passed by its call's status alone.
 bool client_contradicts(const CallFacts& facts)
 {
@@ -71,7 +78,7 @@ constexpr std::array rules{
              Verdict::error, "the check of the signed data is missing"},
     CallRule{[](Facts f) { return f.counts_as_success(); },
              Verdict::passed, ""},
-    CallRule{[](Facts f) { return f.call.status == 10U || f.call.status == 11U; },
+    CallRule{[](Facts f) { return is_unsupported(f); },
              Verdict::skipped, ""},
     CallRule{[](Facts) { return true; },
              Verdict::failed, ""},

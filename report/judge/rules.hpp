@@ -2,6 +2,7 @@
 
 #include "report/judge/judgement.hpp"
 #include "report/model/run.hpp"
+#include "report/model/status.hpp"
 
 #include <string_view>
 
@@ -30,7 +31,7 @@ struct CallFacts
     }
     bool counts_as_success() const
     {
-        return answered() && (call.status == 0U || call.status == 18U);
+        return answered() && report::counts_as_success(call.status);
     }
 };
 

@@ -54,9 +54,9 @@ std::uint64_t tests_of(CategoryName category, const Suite::Part& part)
 {
     switch (category)
     {
-        case CategoryName::failure: return 7U - part.skipped;
-        case CategoryName::stress: return 20U + 3U * part.slots;
-        default: return 4U * part.slots;
+        case CategoryName::failure: return std::uint64_t{7} - part.skipped;
+        case CategoryName::stress: return 20 + std::uint64_t{3} * part.slots;
+        default: return std::uint64_t{4} * part.slots;
     }
 }
 

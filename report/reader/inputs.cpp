@@ -124,20 +124,23 @@ class Search
 
     void take_argument(const std::string& argument)
     {
-        std::error_code error;
         if (argument == "-")
         {
             add(argument, {});
+            return;
         }
-        else if (const auto status = fs::status(argument, error); !fs::exists(status))
-        {
-            throw InputError(argument + ": " + error.message());
-        }
-        else if (!fs::is_directory(status))
+        std::error_code error;
+        const auto status = fs::status(argument, error);
+        if (fs::exists(status) && !fs::is_directory(status))
         {
             add(argument, real_path(std::string(folder_of(argument))));
+            return;
         }
-        else if (search(argument, real_path(argument), error); error)
+        if (fs::exists(status))
+        {
+            search(argument, real_path(argument), error);
+        }
+        if (error)
         {
             throw InputError(argument + ": " + error.message());
         }
@@ -288,6 +291,7 @@ std::vector<std::string> differing_parts(const std::vector<Components>& paths)
     const auto trailing = common(
         paths, +[](const Components& path) { return path.rbegin(); }, most - leading);
     std::vector<std::string> parts;
+    parts.reserve(paths.size());
     for (const auto& path : paths)
     {
         parts.push_back(joined(path, leading, trailing));

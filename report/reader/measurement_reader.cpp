@@ -1,5 +1,6 @@
 #include "report/reader/measurement_reader.hpp"
 
+#include "report/model/status.hpp"
 #include "report/reader/fields.hpp"
 
 #include <array>
@@ -212,8 +213,8 @@ bool MeasurementReader::signed_result(std::string_view rest)
     {
         context.contradiction("the result of GetSignedMeasurement is not what was read");
     }
-    check_due = (status.code == 0U || status.code == 18U) &&
-                take(*status_and_data, "Signed Measurements: ") && !status_and_data->empty();
+    check_due = counts_as_success(status.code) && take(*status_and_data, "Signed Measurements: ") &&
+                !status_and_data->empty();
     return true;
 }
 
