@@ -55,11 +55,11 @@ class TypedInput
     std::ostream* tied;
 };
 
-TEST(Menus, FlushWhatAsks)
+TEST(Menus, FlushLinesButNoPrompts)
 {
     const PrivateBus daemon;
     discovered_objects = {{12, "/com/varn/bmc/spdm/spdm/cpu/cpu_12"}};
-    const TypedInput input{"2 0 6 0 -1 8 -1 9 4 "};
+    const TypedInput input{"2 0 6 0 1 -1 8 -1 9 4 "};
     const RecordedConsole console;
     run_main_menu();
     const std::set<std::string> flushed{console.flushed().begin(), console.flushed().end()};
@@ -71,6 +71,8 @@ TEST(Menus, FlushWhatAsks)
           "5: Recurring ReAuthenticate\n6: GetMeasurement \n7: GetSignedMeasurement \n"
           "8: Monitor Signals\n9: Go Back \nPlease Choose the option:\n",
           "Please Enter Slot Number: Enter the indices of measurement block to fetch:\n",
+          "Enter the next value (enter -1 to stop): DEBUG: Calling D-Bus method on object: "
+          "/com/varn/bmc/spdm/spdm/cpu/cpu_12\n",
           "Press -1 to stop monitoring\n"})
     {
         EXPECT_TRUE(flushed.contains(piece)) << piece;
