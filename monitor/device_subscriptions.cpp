@@ -52,7 +52,7 @@ void keep_connection_of_subscriptions(sdbusplus::bus_t&& bus)
     if (std::any_of(paths_subscribed_here.begin(), paths_subscribed_here.end(),
                     [](const auto& path) { return device_subscriptions.contains(path); }))
     {
-        // Nobody reads it from now on: the daemon would queue every signal that still matches.
+        // Nobody reads it from now on; open, it would make the daemon queue every matching signal.
         bus.close();
         kept.push_back(std::move(bus));
     }

@@ -17,8 +17,8 @@ std::string read_object_path(sdbusplus::message_t& signal)
     return read_argument<sdbusplus::message::object_path>(signal).str;
 }
 
-/// Enters the device under the EID that its path implies, and returns that EID. A path without a number
-/// is not entered and counts as EID 0, whatever device that is.
+/// Enters the device under the EID that its path implies, and returns that EID. A path without a
+/// number is not entered; 0 is returned, whatever device has that EID.
 Eid enter_added_device(const std::string& path)
 {
     const auto eid = eid_from_path(path);

@@ -3,8 +3,8 @@
 #include <sdbusplus/message.hpp>
 
 /// Handlers of the service's own signals, run on the monitor thread. Each prints what it received.
-/// Arguments of the wrong type raise an exception, which ends the process; the `..._added` handlers print
-/// it to standard error instead.
+/// Arguments of the wrong type raise an exception, which ends the process; the `..._added` handlers
+/// print it to standard error instead.
 
 /// A device was announced: enters it into `discovered_objects` and subscribes to its signals.
 void handle_cpu_added(sdbusplus::message_t& signal);

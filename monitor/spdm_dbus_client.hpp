@@ -5,8 +5,8 @@
 /// Watches the service's signals on a thread of its own between start and stop.
 ///
 /// The threads share the device tables without a lock: between start and stop only the handlers use
-/// them, and the thread's creation and its join order the accesses. Both threads print to std::cout, which
-/// is synchronised with C's streams and so locked: no line is lost, but lines may come in any order.
+/// them, and the thread's creation and its join order the accesses. Both threads print to std::cout,
+/// which is synchronised with C's streams and so locked: no line is lost, but their order may vary.
 class spdm_dbus_client
 {
   public:
@@ -28,8 +28,9 @@ class spdm_dbus_client
     /// and returns.
     void monitor_loop();
 
-    /// Set before the thread is created, cleared while it runs. Plain, not atomic: the calls into the bus
-    /// library make the compiler read it again each turn, and a late read costs a turn of a millisecond.
+    /// Set before the thread is created, cleared while it runs. Plain, not atomic: the calls into the
+    /// bus library make the compiler read it again each turn, and a late read costs one turn, a
+    /// millisecond.
     bool running = false;
 
     std::thread* thread = nullptr;

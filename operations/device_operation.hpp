@@ -14,8 +14,7 @@ constexpr int failure = 1;
 constexpr auto time_taken_label = " Time taken(In us): ";
 
 /// Runs `operation` with the object path of the device `eid` and returns its verdict. An unknown
-/// device is a failure, and so is a standard exception from `operation`, for which it prints the line
-/// `complaint`.
+/// device is a failure. So is a standard exception from `operation`; `complaint` is then printed.
 template <typename Operation>
 int run_device_operation(Eid eid, const char* complaint, Operation operation)
 {

@@ -16,8 +16,8 @@ constexpr std::size_t longest_line =
 
 constexpr char digits[] = "0123456789abcdef";
 
-/// Two digits and a blank, padded to 4 bytes so that each byte is one copy; the pad is overwritten by what
-/// follows.
+/// Two digits and a blank, padded to 4 bytes so that each byte is one copy; the pad is overwritten by
+/// what follows.
 using ByteText = std::array<char, 4>;
 
 constexpr auto byte_texts = [] {

@@ -102,7 +102,8 @@ void print_complete_data(std::ostream& out, std::span<const std::uint8_t> bytes)
     print_hex_dump(out, bytes);
 }
 
-/// The signature is the last `signature_size` bytes. Its dump breaks lines where the whole would.
+/// The signature is the last `signature_size` bytes. Its dump breaks lines where the dump of all
+/// `bytes` does.
 void print_split(std::ostream& out, std::span<const std::uint8_t> bytes, std::size_t signature_size)
 {
     const auto measurement_size = bytes.size() - signature_size;

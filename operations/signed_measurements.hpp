@@ -32,8 +32,8 @@ bool validate_signed_measurement(std::ostream& out, const SignedMeasurement& mea
 void print_signed_measurement_analysis(std::ostream& out, const SignedMeasurement& measurement,
                                        std::span<const std::uint8_t> bytes);
 
-/// Fetches, prints, checks and splits a signed measurement of a device. Returns 0 when the
-/// service's status counts as a success, whatever the check finds, 1 otherwise and on every failure.
-/// `nonce` is sent as it is.
+/// Fetches, prints, checks and splits a signed measurement of a device. Returns 0 when the service's
+/// status counts as a success, whatever the check finds, 1 otherwise and on every failure. `nonce` is
+/// sent as it is.
 int get_signed_measurement(Eid eid, const MeasurementIndices& indices, std::uint16_t slot,
                            const std::string& nonce);

@@ -12,7 +12,8 @@ enum class EidColumn
     of_device,
 };
 
-/// Prints the device table: a row for each known device, numbered from 0. Texts are never cut. Returns the EIDs by which the devices are known, in the order of the rows.
+/// Prints the device table: a row for each known device, numbered from 0. Texts are never cut.
+/// Returns the paths' EIDs in the order of the rows.
 std::vector<Eid> print_device_table(EidColumn column);
 
 /// Prints the closing row of the device table, which offers all of `count` devices.

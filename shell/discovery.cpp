@@ -27,8 +27,8 @@ ManagedObjects read_managed_objects(const std::string& root_path)
     return objects;
 }
 
-/// A device's property, which must hold a `Value`. The bool comes first because content of any other
-/// type reads as the first alternative: std::get then raises an error.
+/// A device's property, which must hold a `Value`. Content of any other type reads as the variant's
+/// first alternative, so that one is a type no caller asks for: std::get then raises an error.
 template <typename Value>
 Value read_property(const std::string& path, const char* name)
 {

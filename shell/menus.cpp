@@ -71,7 +71,7 @@ void ask_signed_measurement(Eid eid)
     get_signed_measurement(eid, ask_indices(), slot, nonce);
 }
 
-/// Returns when the operator has entered -1; never after the end of input or an answer that is not a
+/// Returns when the operator has entered -1; never after the end of input or an answer that is no
 /// number.
 void wait_for_stop()
 {

@@ -5,7 +5,8 @@
 #include <string>
 #include <utility>
 
-// The service's status vocabularies. Never changed after their initialisation, so any thread may read them.
+// The service's status vocabularies. They never change after their initialisation, so any thread may
+// read them.
 
 /// State of a device's challenge and certificate (codes 0..4).
 extern const std::map<std::int32_t, std::string> ChallengeStatusText;

@@ -7,8 +7,7 @@
 #include <string>
 
 /// The test cases of the measurement suites. Each prints a heading, makes one call, prints a verdict
-/// line and returns the call's result, 0 for success. The two `..._invalid_...` cases expect the
-/// call to fail.
+/// and returns the call's result, 0 for success. The two `test_invalid_...` expect the call to fail.
 
 int test_single_index(Eid eid, std::uint16_t index, std::uint16_t slot);
 int test_multiple_indices(Eid eid, const MeasurementIndices& indices, std::uint16_t slot);

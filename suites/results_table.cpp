@@ -83,7 +83,7 @@ void print_head(std::ostream& out)
         << " |" << std::endl;
 }
 
-/// The rate is one wider, the grade one narrower than in the head; that is required output.
+/// The rate is one character wider, the grade one narrower than in the head: required output.
 void print_row(std::ostream& out, const std::string& name, const CategoryResult& result,
                const char* grade)
 {

@@ -10,7 +10,7 @@
 /// What the categories counted, by name; the table lists them in this order.
 using CategoryResults = std::map<std::string, CategoryResult>;
 
-/// Texts that a device reports; empty without them.
+/// Texts that a device reports of itself; empty when it reports none.
 struct DeviceDescriptor
 {
     std::string xmid;
@@ -18,7 +18,7 @@ struct DeviceDescriptor
 };
 
 /// Prints the table with a grade for each category and overall, the execution details and the
-/// verdict. Column widths count bytes, so rows whose grades have multi-byte characters look narrower.
-/// Restores the stream's format.
+/// verdict. Column widths count bytes: grades with multi-byte characters look narrower. Restores the
+/// stream's format.
 void print_results(std::ostream& out, Eid eid, const DeviceDescriptor& device,
                    const CategoryResults& results);

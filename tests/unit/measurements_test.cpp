@@ -12,9 +12,9 @@ namespace
 
 std::string analysis(const std::vector<MeasurementBlock>& blocks)
 {
-    std::ostringstream out;
-    print_measurement_analysis(out, blocks);
-    return out.str();
+    const RecordedConsole console;
+    print_measurement_analysis(std::cout, blocks);
+    return console.lines();
 }
 
 TEST(MeasurementAnalysis, OfNoBlocksSaysSo)

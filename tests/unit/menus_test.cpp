@@ -7,6 +7,7 @@
 
 #include <dlfcn.h>
 #include <iostream>
+#include <set>
 #include <sstream>
 #include <string>
 #include <system_error>
@@ -33,13 +34,16 @@ extern "C" void join_thread(void* thread)
 namespace
 {
 
-/// Reads std::cin from a text while it lives.
+/// Reads std::cin from a text while it lives. Reading does not flush std::cout, as at the end of input.
 class TypedInput
 {
   public:
-    explicit TypedInput(const std::string& text) : typed(text), input(std::cin.rdbuf(&typed)) {}
+    explicit TypedInput(const std::string& text)
+        : typed(text), input(std::cin.rdbuf(&typed)), tied(std::cin.tie(nullptr))
+    {}
     ~TypedInput()
     {
+        std::cin.tie(tied);
         std::cin.rdbuf(input);
     }
     TypedInput(const TypedInput&) = delete;
@@ -48,7 +52,33 @@ class TypedInput
   private:
     std::stringbuf typed;
     std::streambuf* input;
+    std::ostream* tied;
 };
+
+TEST(Menus, FlushLinesButNoPrompts)
+{
+    const PrivateBus daemon;
+    discovered_objects = {{12, "/com/varn/bmc/spdm/spdm/cpu/cpu_12"}};
+    const TypedInput input{"2 0 6 0 1 -1 8 -1 9 4 "};
+    const RecordedConsole console;
+    run_main_menu();
+    const std::set<std::string> flushed{console.flushed().begin(), console.flushed().end()};
+    for (const std::string piece :
+         {"1: Regression Test\n2: Normal Test\n3: Measurement Test Suite\n4: Exit \n"
+          "Please Choose the option:\n",
+          "\nChoose the device index (0-1): \n",
+          "1: ReAuthenticate\n2: GetCertficate\n3: GetCertificateProperties\n4: GetAll Properties\n"
+          "5: Recurring ReAuthenticate\n6: GetMeasurement \n7: GetSignedMeasurement \n"
+          "8: Monitor Signals\n9: Go Back \nPlease Choose the option:\n",
+          "Please Enter Slot Number: Enter the indices of measurement block to fetch:\n",
+          "Enter the next value (enter -1 to stop): DEBUG: Calling D-Bus method on object: "
+          "/com/varn/bmc/spdm/spdm/cpu/cpu_12\n",
+          "Press -1 to stop monitoring\n"})
+    {
+        EXPECT_TRUE(flushed.contains(piece)) << piece;
+    }
+    discovered_objects.clear();
+}
 
 TEST(MonitorSignals, ThatCannotBeStoppedReturnsToTheMenu)
 {

@@ -11,6 +11,7 @@
 #include "recorded_console.hpp"
 #include "shell/discovery.hpp"
 #include "stand_in.hpp"
+#include "suites/comprehensive_suite.hpp"
 #include "suites/service_availability.hpp"
 
 #include <gtest/gtest.h>
@@ -22,6 +23,7 @@
 #include <stdexcept>
 #include <string>
 #include <time.h>
+#include <utility>
 #include <vector>
 
 namespace
@@ -242,18 +244,69 @@ TEST_P(MethodCallSteps, LetWhatIsNoStandardExceptionPass)
     EXPECT_THROW(GetParam().run(), int);
 }
 
-/// The availability check of the suites explains it as the measurements do.
-TEST(AvailabilityCheck, TakesAnyBusErrorForOne)
+/// The calls that the suites make besides the operations.
+class CallOfTheSuites : public testing::Test
 {
-    const PrivateBus daemon;
-    discovered_objects = {{eid, "/com/varn/bmc/spdm/spdm/cpu/cpu_12"}};
-    failure = [] { throw AnotherBusError{}; };
-    const RecordedConsole console;
+  protected:
+    CallOfTheSuites()
+    {
+        discovered_objects = {{eid, "/com/varn/bmc/spdm/spdm/cpu/cpu_12"}};
+    }
+
+    ~CallOfTheSuites() override
+    {
+        failure = nullptr;
+        discovered_objects.clear();
+    }
+
+    /// Whether this comes among the lines that `run` prints.
+    static bool prints(const std::string& part, void (*run)())
+    {
+        const RecordedConsole console;
+        run();
+        return console.lines().find(part) != std::string::npos;
+    }
+
+    PrivateBus daemon;
+};
+
+void check_availability()
+{
     EXPECT_EQ(check_service_availability(eid), 0);
-    EXPECT_NE(console.lines().find("✗ FAIL: SPDM service communication failed."), std::string::npos)
-        << console.lines();
-    failure = nullptr;
-    discovered_objects.clear();
+}
+
+/// The availability check explains it as the measurements do.
+TEST_F(CallOfTheSuites, TakesAnyBusErrorForOne)
+{
+    failure = [] { throw AnotherBusError{}; };
+    EXPECT_TRUE(prints("✗ FAIL: SPDM service communication failed.", check_availability));
+}
+
+TEST_F(CallOfTheSuites, OfTheAvailabilityCheckFailsAtAnyStandardException)
+{
+    failure = [] { throw std::runtime_error("no bus error"); };
+    EXPECT_TRUE(prints("✗ FAIL: Unexpected error occurred during service availability check.\n",
+                       check_availability));
+}
+
+TEST_F(CallOfTheSuites, ForTheNamesOwnerFailsAtAnyStandardException)
+{
+    failure = [first = true]() mutable {
+        if (std::exchange(first, false))
+        {
+            throw AnotherBusError{};
+        }
+        throw std::runtime_error("no bus error");
+    };
+    EXPECT_TRUE(prints("? WARNING: Could not check SPDM service status\n", check_availability));
+}
+
+TEST_F(CallOfTheSuites, ForTheDescriptorFailsAtAnyStandardException)
+{
+    failure = [] { throw std::runtime_error("no bus error"); };
+    EXPECT_TRUE(
+        prints("WARNING: Failed to get device properties. Check service availability.\n\n===",
+               [] { run_comprehensive_test_suite(eid); }));
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -85,10 +85,10 @@ class InvalidStructure : public testing::TestWithParam<ValidationCase>
 
 TEST_P(InvalidStructure, IsReported)
 {
-    std::ostringstream out;
-    EXPECT_FALSE(validate_signed_measurement(out, measurement_of(GetParam().algorithm),
+    const RecordedConsole console;
+    EXPECT_FALSE(validate_signed_measurement(std::cout, measurement_of(GetParam().algorithm),
                                              counting(GetParam().size)));
-    EXPECT_EQ(out.str(), validating + GetParam().finding + validation_failure("data"));
+    EXPECT_EQ(console.lines(), validating + GetParam().finding + validation_failure("data"));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -117,20 +117,22 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Validation, OfAnEmptyTextSaysSo)
 {
-    std::ostringstream out;
-    EXPECT_FALSE(validate_signed_measurement(out, measurement_of("ECDSA-P384", ""), {}));
-    EXPECT_EQ(out.str(), validating + "⚠️  VALIDATION: Empty signed measurement data\n" +
-                             validation_failure(""));
+    const RecordedConsole console;
+    EXPECT_FALSE(validate_signed_measurement(std::cout, measurement_of("ECDSA-P384", ""), {}));
+    EXPECT_EQ(console.lines(), validating + "⚠️  VALIDATION: Empty signed measurement data\n" +
+                                   validation_failure(""));
 }
 
 TEST(Validation, OfEnoughBytesGivesTheSizes)
 {
-    std::ostringstream out;
-    EXPECT_TRUE(validate_signed_measurement(out, measurement_of("ECDSA-P384"), counting(112)));
-    EXPECT_EQ(out.str(), validating + "✅ VALIDATION: Signed measurement structure appears valid\n"
-                                      "   • Total size: 112 bytes\n"
-                                      "   • Expected signature size: 96 bytes\n"
-                                      "   • Estimated measurement data: 16 bytes\n");
+    const RecordedConsole console;
+    EXPECT_TRUE(
+        validate_signed_measurement(std::cout, measurement_of("ECDSA-P384"), counting(112)));
+    EXPECT_EQ(console.lines(), validating +
+                                   "✅ VALIDATION: Signed measurement structure appears valid\n"
+                                   "   • Total size: 112 bytes\n"
+                                   "   • Expected signature size: 96 bytes\n"
+                                   "   • Estimated measurement data: 16 bytes\n");
 }
 
 std::string raw_data_line(std::size_t length)
@@ -173,9 +175,9 @@ std::string dump(std::size_t size, std::size_t first = 0, std::size_t position =
 
 std::string analysis(const SignedMeasurement& measurement, std::size_t size)
 {
-    std::ostringstream out;
-    print_signed_measurement_analysis(out, measurement, counting(size));
-    return out.str();
+    const RecordedConsole console;
+    print_signed_measurement_analysis(std::cout, measurement, counting(size));
+    return console.lines();
 }
 
 std::string analysis_head(const std::string& algorithm, std::size_t size)
