@@ -130,7 +130,8 @@ def test_another_distribution():
         assert (complete.returncode, complete.stderr) == (0, ""), complete
         incomplete = tree.run("scripts/setup", "test", PATH=path)
         assert incomplete.returncode == 1, incomplete
-        names = ("the pkg-config module gtest", "the command dbus-send", "the command xxd")
+        commands = ("dbus-send", "jq", "jsonschema", "junitparser", "xxd")
+        names = ("the pkg-config module gtest", *(f"the command {command}" for command in commands))
         assert incomplete.stderr.endswith("try again:\n" + "".join(f"  {name}\n" for name in names)), incomplete
 
 
