@@ -130,8 +130,8 @@ def test_another_distribution():
         assert (complete.returncode, complete.stderr) == (0, ""), complete
         incomplete = tree.run("scripts/setup", "test", PATH=path)
         assert incomplete.returncode == 1, incomplete
-        commands = ("dbus-send", "jq", "jsonschema", "junitparser", "xxd")
-        names = ("the pkg-config module gtest", *(f"the command {command}" for command in commands))
+        names = ("the pkg-config module gtest", "the command dbus-send", "the command jq",
+                 "the Python module jsonschema", "the Python module junitparser", "the command xxd")
         assert incomplete.stderr.endswith("try again:\n" + "".join(f"  {name}\n" for name in names)), incomplete
 
 
