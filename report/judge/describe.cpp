@@ -1,5 +1,5 @@
 #include "report/judge/judge.hpp"
-#include "report/writers/words.hpp"
+#include "report/model/words.hpp"
 
 #include <string>
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "report/model/run.hpp"
+#include "report/model/verdict.hpp"
 
 #include <array>
 #include <cstdint>
@@ -10,16 +11,6 @@
 
 namespace report
 {
-
-/// error: nothing was proved. skipped: the device does not support what was asked.
-enum class Verdict : std::uint8_t
-{
-    passed,
-    failed,
-    error,
-    skipped
-};
-constexpr std::size_t verdict_count = 4;
 
 /// What a check judges; `Check::index` is an index into the vector of that kind.
 enum class Subject : std::uint8_t

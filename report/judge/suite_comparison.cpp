@@ -1,6 +1,6 @@
 #include "report/judge/suite_comparison.hpp"
 
-#include "report/writers/words.hpp"
+#include "report/model/words.hpp"
 
 #include <algorithm>
 #include <array>

@@ -3,8 +3,8 @@
 #include "report/judge/judgement.hpp"
 #include "report/measurement/decode.hpp"
 #include "report/model/run.hpp"
+#include "report/model/words.hpp"
 #include "report/writers/json_text.hpp"
-#include "report/writers/words.hpp"
 
 #include <optional>
 #include <string_view>

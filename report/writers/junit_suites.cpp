@@ -1,9 +1,9 @@
 #include "report/writers/junit_suites.hpp"
 
 #include "report/judge/judge.hpp"
+#include "report/model/words.hpp"
 #include "report/writers/plain_text.hpp"
 #include "report/writers/same_devices.hpp"
-#include "report/writers/words.hpp"
 
 #include <algorithm>
 #include <fmt/format.h>

@@ -1,11 +1,11 @@
 #include "report/writers/metrics.hpp"
 
+#include "report/model/words.hpp"
 #include "report/writers/output_file.hpp"
 #include "report/writers/parcel.hpp"
 #include "report/writers/plain_text.hpp"
 #include "report/writers/same_devices.hpp"
 #include "report/writers/spool.hpp"
-#include "report/writers/words.hpp"
 
 #include <algorithm>
 #include <bit>

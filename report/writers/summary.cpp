@@ -1,9 +1,9 @@
 #include "report/writers/summary.hpp"
 
+#include "report/model/words.hpp"
 #include "report/writers/output_file.hpp"
 #include "report/writers/parcel.hpp"
 #include "report/writers/summary_lines.hpp"
-#include "report/writers/words.hpp"
 
 #include <algorithm>
 #include <fmt/format.h>

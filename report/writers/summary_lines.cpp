@@ -1,7 +1,7 @@
 #include "report/writers/summary_lines.hpp"
 
+#include "report/model/words.hpp"
 #include "report/writers/same_devices.hpp"
-#include "report/writers/words.hpp"
 
 #include <algorithm>
 #include <array>

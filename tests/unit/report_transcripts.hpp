@@ -1,9 +1,9 @@
 #pragma once
 
 #include "report/judge/judge.hpp"
+#include "report/model/words.hpp"
 #include "report/reader/line_splitter.hpp"
 #include "report/reader/transcript_reader.hpp"
-#include "report/writers/words.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "report/writers/words.hpp"
+#include "report/model/words.hpp"
 
 #include <gtest/gtest.h>
 

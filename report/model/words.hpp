@@ -1,7 +1,7 @@
 #pragma once
 
-#include "report/judge/judgement.hpp"
 #include "report/model/run.hpp"
+#include "report/model/verdict.hpp"
 
 #include <string_view>
 
@@ -13,8 +13,7 @@ std::string_view word(Operation operation); ///< The D-Bus member; empty for unk
 std::string_view word(Activity activity);
 std::string_view word(Outcome outcome);
 std::string_view word(Structure structure);
-std::string_view
-word(CategoryName category); ///< The client's name for it: "Normal Measurements", ...
+std::string_view word(CategoryName category);       ///< The client's: "Normal Measurements", ...
 std::string_view word(Availability::Answer answer); ///< cut is "error".
 std::string_view word(Availability::Service service);
 std::string_view word(Verdict verdict);
