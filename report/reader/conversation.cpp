@@ -95,6 +95,11 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
         return;
     }
     recognised_any = recognised_any || !is_common(shape);
+    if (shape == Shape::monitor_begins && !awaits_operation)
+    {
+        context.contradiction(
+            "the monitor started without a choice"); // It would hide what follows.
+    }
     if (shape != Shape::unknown && shape != Shape::blank && shape != Shape::indented)
     {
         in_menu = false;
@@ -422,6 +427,10 @@ Run Conversation::finish(Line last_line, std::uint64_t bytes)
     if (!run.ends_at_menu)
     {
         run.stopped_in = where();
+    }
+    else if (run.starts_with_banner && run.discovery_line == 0)
+    {
+        context.contradiction("the discovery's line is missing");
     }
     return std::move(run);
 }

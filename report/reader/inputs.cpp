@@ -57,6 +57,15 @@ bool is_named_as_transcript(std::string_view name)
     return unpacked.ends_with(".txt") || unpacked == "stdout";
 }
 
+/// What follows the last dot of a file's name; nothing for "bmc7" and "10.0.0.7".
+std::string ending_of(std::string_view name)
+{
+    const auto unpacked = unpacked_name(name);
+    const auto dot = unpacked.rfind('.');
+    const auto ending = dot == std::string_view::npos ? std::string_view() : unpacked.substr(dot);
+    return ending.size() > 1 && ending[1] >= '0' && ending[1] <= '9' ? "" : std::string(ending);
+}
+
 std::string in_folder(const std::string& folder, std::string_view name)
 {
     auto path = folder;
@@ -175,6 +184,9 @@ class Search
             std::find_if(entries.begin(), entries.end(), [](const Entry& entry) {
                 return !entry.is_folder && is_main_transcript(entry.name);
             });
+        const bool has_main = main_transcript != entries.end();
+        const auto endings =
+            has_main ? std::set<std::string>() : endings_of_unnamed(folder, entries);
         for (auto entry = entries.begin(); entry != entries.end(); ++entry)
         {
             const auto path = in_folder(folder, entry->name);
@@ -182,13 +194,31 @@ class Search
             {
                 search_below(path, in_folder(real_folder, entry->name));
             }
-            else if (main_transcript != entries.end()
-                         ? entry == main_transcript
-                         : is_named_as_transcript(entry->name) || begins_as_transcript(path))
+            else if (has_main ? entry == main_transcript
+                              : is_named_as_transcript(entry->name) ||
+                                    endings.contains(ending_of(entry->name)))
             {
                 add(path, real_folder);
             }
         }
+    }
+
+    /// Of the transcripts that are not named as such. A parallel runner names a file by its host: the
+    /// others with such an ending are of hosts that printed no transcript.
+    static std::set<std::string> endings_of_unnamed(const std::string& folder,
+                                                    const std::vector<Entry>& entries)
+    {
+        std::set<std::string> endings;
+        for (const auto& entry : entries)
+        {
+            if (!entry.is_folder && !is_named_as_transcript(entry.name) &&
+                !endings.contains(ending_of(entry.name)) &&
+                begins_as_transcript(in_folder(folder, entry.name)))
+            {
+                endings.insert(ending_of(entry.name));
+            }
+        }
+        return endings;
     }
 
     /// A folder that cannot be searched becomes an input: who reads it says why.

@@ -398,6 +398,9 @@ INSTANTIATE_TEST_SUITE_P(
         ForgedCase{"XmidASummary", table,
                    table + "\n=== NORMAL MEASUREMENT TEST SUMMARY ===\nPassed: 12/12 tests\n"
                            "Success Rate: 100%"},
+        ForgedCase{"XmidTheMonitor", table,
+                   table + "\nPress -1 to stop monitoring\nReceived properties changed Signal.\n"
+                           "Properties change handler is completed."},
         ForgedCase{"XmidASecondRun", table, table + "\n" + top_menu + banner + top_menu},
         ForgedCase{"XmidOfTheTableAResult", "|          DEV-12 |",
                    "|          DEV-12\nReAuth Status: Passed Time taken(In us): 1\n |"},

@@ -109,6 +109,11 @@ INSTANTIATE_TEST_SUITE_P(
                   Verdict::passed,
                   {2, 0, 0, 0},
                   {}},
+        JudgeCase{"TheMonitorWithoutItsMenu",
+                  operation(passed + "Press -1 to stop monitoring\n"),
+                  Verdict::error,
+                  {3, 0, 1, 0},
+                  {"error transcript: the monitor started without a choice"}},
         JudgeCase{"AFailedDiscovery",
                   banner +
                       "ERROR: Failed to retrieve SPDM objects. Check D-Bus service "
@@ -117,6 +122,11 @@ INSTANTIATE_TEST_SUITE_P(
                   Verdict::error,
                   {0, 0, 1, 0},
                   {"error discovery: the devices could not be asked for"}},
+        JudgeCase{"AMissingDiscovery",
+                  "SPDM Client Start\nInitialization successful\n" + top_menu,
+                  Verdict::error,
+                  {0, 0, 1, 0},
+                  {"error transcript: the discovery's line is missing"}},
         JudgeCase{"AMissingBeginning",
                   top_menu,
                   Verdict::error,
