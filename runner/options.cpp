@@ -132,8 +132,7 @@ try
     app.add_option("--client", options.client)->check(not_empty);
     app.add_option("--device", options.task.eids)
         ->check(CLI::Range(0, 65535))
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     app.add_option("--controller", options.controller)->check(not_empty);
     app.add_option("--timeout", timeout)->check(CLI::Range(1U, most_seconds));
     app.add_option("--output", options.output)->check(not_empty);

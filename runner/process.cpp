@@ -49,14 +49,6 @@ constexpr std::chrono::seconds drain_time{1};
 
 } // namespace
 
-void Process::Descriptor::close()
-{
-    if (number >= 0)
-    {
-        ::close(std::exchange(number, -1));
-    }
-}
-
 Process::Process(EventLoop& loop, const std::string& command, Listener listener)
     : loop(loop), listener(std::move(listener))
 {

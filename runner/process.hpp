@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runner/descriptor.hpp"
 #include "runner/event_loop.hpp"
 
 #include <functional>
@@ -44,23 +45,6 @@ class Process
     void terminate();
 
   private:
-    /// A descriptor that is closed with its owner.
-    class Descriptor
-    {
-      public:
-        Descriptor() = default;
-        ~Descriptor()
-        {
-            close();
-        }
-        Descriptor(const Descriptor&) = delete;
-        Descriptor& operator=(const Descriptor&) = delete;
-
-        void close();
-
-        int number = -1;
-    };
-
     /// One of its outputs.
     struct Stream
     {

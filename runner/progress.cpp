@@ -5,6 +5,7 @@
 #include "report/writers/display_text.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <unistd.h>
 
@@ -169,10 +170,9 @@ std::string progress_text(const Position& position, std::chrono::seconds elapsed
     {
         const auto rest = static_cast<double>(elapsed.count()) * (1 - part) / part;
         constexpr double longest = 1e6; // Longer is no estimate.
-        text +=
-            rest > longest
-                ? ""
-                : ", about " + clock_text(std::chrono::seconds(static_cast<long>(rest))) + " left";
+        text += rest > longest
+                    ? ""
+                    : ", about " + clock_text(std::chrono::seconds(std::llround(rest))) + " left";
     }
     return text;
 }

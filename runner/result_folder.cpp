@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace runner
 {
@@ -154,12 +155,12 @@ ResultFolder::ResultFolder(const std::string& path, bool overwrite,
     {
         throw FolderError("cannot create " + folder + ": " + error.message());
     }
-    folder_descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (folder_descriptor < 0)
+    own.number = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (own.number < 0)
     {
         throw FolderError("cannot open " + folder + ": " + std::generic_category().message(errno));
     }
-    if (::flock(folder_descriptor, LOCK_EX | LOCK_NB) != 0)
+    if (::flock(own.number, LOCK_EX | LOCK_NB) != 0)
     {
         throw FolderError("another run writes to " + folder);
     }
@@ -176,17 +177,6 @@ ResultFolder::ResultFolder(const std::string& path, bool overwrite,
     open(output);
 }
 
-ResultFolder::~ResultFolder()
-{
-    for (const int descriptor : {output.descriptor, errors.descriptor, folder_descriptor})
-    {
-        if (descriptor >= 0)
-        {
-            ::close(descriptor);
-        }
-    }
-}
-
 void ResultFolder::add_output(std::string_view bytes)
 {
     write(output, bytes);
@@ -194,7 +184,7 @@ void ResultFolder::add_output(std::string_view bytes)
 
 void ResultFolder::add_errors(std::string_view bytes)
 {
-    if (errors.descriptor < 0)
+    if (!errors.descriptor.is_open())
     {
         open(errors);
     }
@@ -217,7 +207,7 @@ void ResultFolder::finish(const Circumstances& circumstances)
     // Names first: they need no space.
     for (File* const file : {&output, &errors})
     {
-        if (file->descriptor >= 0)
+        if (file->descriptor.is_open())
         {
             attempt([&] { keep(*file); });
         }
@@ -233,16 +223,16 @@ void ResultFolder::finish(const Circumstances& circumstances)
 bool ResultFolder::exists(const std::string& name) const
 {
     struct stat status = {};
-    return ::fstatat(folder_descriptor, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
+    return ::fstatat(own.number, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 void ResultFolder::open(File& file)
 {
     const auto name = file.name + partial;
     remove(name);
-    file.descriptor =
-        ::openat(folder_descriptor, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (file.descriptor < 0)
+    file.descriptor.number =
+        ::openat(own.number, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (file.descriptor.number < 0)
     {
         fail(name);
     }
@@ -252,7 +242,7 @@ void ResultFolder::write(const File& file, std::string_view bytes)
 {
     while (!bytes.empty())
     {
-        const auto written = ::write(file.descriptor, bytes.data(), bytes.size());
+        const auto written = ::write(file.descriptor.number, bytes.data(), bytes.size());
         if (written < 0 && errno != EINTR)
         {
             fail(file.name);
@@ -265,10 +255,10 @@ void ResultFolder::write(const File& file, std::string_view bytes)
 void ResultFolder::keep(File& file)
 {
     const auto name = file.name + partial;
-    const bool synced = ::fsync(file.descriptor) == 0;
+    const bool synced = ::fsync(file.descriptor.number) == 0;
     const int sync_error = errno;
-    ::close(std::exchange(file.descriptor, -1));
-    if (::renameat(folder_descriptor, name.c_str(), folder_descriptor, file.name.c_str()) != 0)
+    file.descriptor.close();
+    if (::renameat(own.number, name.c_str(), own.number, file.name.c_str()) != 0)
     {
         fail(file.name);
     }
@@ -289,7 +279,6 @@ void ResultFolder::write_run_json(const Circumstances& circumstances)
     }
     catch (...)
     {
-        ::close(file.descriptor);
         remove(file.name + partial);
         throw;
     }
@@ -298,7 +287,7 @@ void ResultFolder::write_run_json(const Circumstances& circumstances)
 
 void ResultFolder::remove(const std::string& name)
 {
-    if (::unlinkat(folder_descriptor, name.c_str(), 0) != 0 && errno != ENOENT)
+    if (::unlinkat(own.number, name.c_str(), 0) != 0 && errno != ENOENT)
     {
         fail(name);
     }
@@ -306,7 +295,7 @@ void ResultFolder::remove(const std::string& name)
 
 void ResultFolder::sync_folder() const
 {
-    if (::fsync(folder_descriptor) != 0)
+    if (::fsync(own.number) != 0)
     {
         fail(".");
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runner/descriptor.hpp"
 #include "runner/process.hpp"
 
 #include <chrono>
@@ -79,9 +80,6 @@ class ResultFolder
     /// Creates the folder if there is none. Raises `FolderError`, also if there is a result in it
     /// which must not be overwritten, or another process writes to it.
     ResultFolder(const std::string& path, bool overwrite, const Circumstances& circumstances);
-    ~ResultFolder();
-    ResultFolder(const ResultFolder&) = delete;
-    ResultFolder& operator=(const ResultFolder&) = delete;
 
     /// Append what the client printed. Raise `FolderError`.
     void add_output(std::string_view bytes);
@@ -100,7 +98,7 @@ class ResultFolder
     struct File
     {
         std::string name;
-        int descriptor = -1;
+        Descriptor descriptor = {};
     };
 
     bool exists(const std::string& name) const;
@@ -113,7 +111,7 @@ class ResultFolder
     [[noreturn]] void fail(const std::string& name) const;
 
     std::string folder;
-    int folder_descriptor = -1;
+    Descriptor own;
     File output{"transcript.txt"};
     File errors{"stderr.txt"};
 };
