@@ -39,12 +39,15 @@ SIMULATOR_FILES = {
 }
 TOOLS_FILES = {
     "usr/bin/spdm-report": PROGRAM,
+    "usr/bin/spdm-run": PROGRAM,
     "usr/share/bash-completion/completions/spdm-report": DATA,
+    "usr/share/bash-completion/completions/spdm-run": DATA,
     "usr/share/doc/spdm-tools/changelog.gz": DATA,
     "usr/share/doc/spdm-tools/copyright": DATA,
     "usr/share/doc/spdm-tools/report.md": DATA,
     "usr/share/doc/spdm-tools/report.schema.json": DATA,
     "usr/share/man/man1/spdm-report.1.gz": DATA,
+    "usr/share/man/man1/spdm-run.1.gz": DATA,
 }
 # The client must not need them.
 TOOLS_LIBRARIES = ("libfmt", "libzstd", "zlib1g")
