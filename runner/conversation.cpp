@@ -238,6 +238,12 @@ void Conversation::answer(Prompt prompt)
 
 void Conversation::answer_device_index(const Step& step)
 {
+    first_devices = first_devices.value_or(devices);
+    if (!devices.lists_the_same(*first_devices))
+    {
+        fail("lists other devices than before");
+        return;
+    }
     const auto missing = std::find_if(task.eids.begin(), task.eids.end(),
                                       [&](auto eid) { return !devices.row_of(eid); });
     if (missing != task.eids.end())

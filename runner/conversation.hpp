@@ -108,6 +108,9 @@ class Conversation
     std::size_t at = 0; ///< The step whose prompt is expected.
     std::vector<Menu> menus;
     DeviceList devices;
+    /// The first list, before which the client prints no texts of devices. It discovers them only once,
+    /// so that another list is not its own.
+    std::optional<DeviceList> first_devices;
     std::string
         line; ///< What has come of the current line; of a long one its first and last bytes.
     std::vector<std::string> answers; ///< To the output that is being taken.

@@ -43,6 +43,12 @@ class DeviceList
     /// The number of the device's row. The EID is the path's, by which the client knows it.
     std::optional<std::size_t> row_of(std::uint16_t eid) const;
 
+    /// Whether both list the same paths in the same order.
+    bool lists_the_same(const DeviceList& other) const
+    {
+        return paths == other.paths;
+    }
+
     /// The EIDs, in order, as in "10, 11, 12"; the first 20 of more.
     std::string eids() const;
 

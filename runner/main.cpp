@@ -64,7 +64,7 @@ try
         say(outcome.problem);
     }
     report::Request request;
-    request.inputs = {outcome.folder};
+    request.inputs = {outcome.folder == "-" ? "./-" : outcome.folder}; // "-" is standard input.
     return exit_status(outcome, report::run_report(request, say));
 }
 catch (const runner::OptionError& problem)

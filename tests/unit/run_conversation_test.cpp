@@ -315,6 +315,17 @@ TEST(RunConversation, PartsOfMenusAreNoPrompts)
     EXPECT_EQ(conversation.expected(), "main menu");
 }
 
+TEST(RunConversation, TheDeviceListStaysTheFirst)
+{
+    Conversation conversation({Activity::suite, {10, 11}});
+    conversation.take(main_menu);
+    EXPECT_EQ(conversation.take(devices), Answers{"0\n"});
+    conversation.take(suite_menu);
+    EXPECT_EQ(conversation.take(main_menu), Answers{"3\n"});
+    EXPECT_EQ(conversation.take(table({"A", "B", "C", "D"})), Answers{});
+    EXPECT_EQ(conversation.problem(), "lists other devices than before");
+}
+
 TEST(RunConversation, TheTableIsNeededWhole)
 {
     Conversation conversation({Activity::suite, {}});
