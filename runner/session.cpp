@@ -126,9 +126,9 @@ class Session
     void converse(std::string_view bytes)
     {
         const bool was_monitoring = conversation.monitoring();
-        for (auto& text : conversation.take(bytes))
+        for (const auto& text : conversation.take(bytes))
         {
-            answer(std::move(text));
+            answer(text);
         }
         if (!conversation.problem().empty())
         {
@@ -140,7 +140,7 @@ class Session
         }
     }
 
-    void answer(std::string text)
+    void answer(const std::string& text)
     {
         circumstances.answers.push_back({received, text.substr(0, text.size() - 1), elapsed()});
         if (!client->write(text))
