@@ -162,7 +162,7 @@ void Conversation::take_line()
 /// Answers the prompt with which the line begins, and removes it. A prompt need not end its line.
 bool Conversation::take_prompt()
 {
-    if (!found_problem.empty() || is_monitoring)
+    if (!found_problem.empty())
     {
         return false;
     }

@@ -55,7 +55,7 @@ void DeviceList::list_line(std::string_view text)
     {
         paths.emplace_back(text.substr(head.size()));
     }
-    else if (text.empty() && !paths.empty())
+    else if (text.empty())
     {
         stage = Stage::before_table;
     }

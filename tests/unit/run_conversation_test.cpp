@@ -326,16 +326,26 @@ TEST(RunConversation, TheDeviceListStaysTheFirst)
     EXPECT_EQ(conversation.problem(), "lists other devices than before");
 }
 
-TEST(RunConversation, TheTableIsNeededWhole)
+/// The answer to a table in which `from`, where it comes last, is replaced.
+Answers answers_to_changed_table(const std::string& from, const std::string& to)
 {
+    auto other = devices;
+    other.replace(other.rfind(from), from.size(), to);
     Conversation conversation({Activity::suite, {}});
     conversation.take(main_menu);
-    const auto row = devices.find("    1 |");
-    auto other = devices;
-    other.replace(row, 7, "    9 |");
-    EXPECT_EQ(conversation.take(other), Answers{});
+    auto answers = conversation.take(other);
     EXPECT_EQ(conversation.problem(), "");
-    EXPECT_EQ(conversation.expected(), "question for the device index");
+    EXPECT_EQ(conversation.complete(), false);
+    return answers;
+}
+
+TEST(RunConversation, TheTableIsNeededWhole)
+{
+    EXPECT_EQ(answers_to_changed_table("    1 |", "    1 |"), Answers{"3\n"});
+    EXPECT_EQ(answers_to_changed_table("    1 |", "    9 |"), Answers{});
+    EXPECT_EQ(answers_to_changed_table("cpu_11", "cpu_12"), Answers{});
+    EXPECT_EQ(answers_to_changed_table("    3 |  ALL", "    4 |  ALL"), Answers{});
+    EXPECT_EQ(answers_to_changed_table("(0-3)", "(0-4)"), Answers{});
 }
 
 } // namespace
