@@ -15,6 +15,7 @@ from package_test import (
     TOOLS_FILES,
     check_programs,
     check_report,
+    check_run,
     files_below,
     listing,
     require_equal,
@@ -49,6 +50,7 @@ def check_install(build, folder):
     check_programs(prefix)
     if has_report:
         check_report(prefix)
+        check_run(prefix)
 
 
 def check_image(source, folder, documents):

@@ -4,6 +4,7 @@ from there. scripts/package makes the packages. Called as: FILE CLIENT.deb SIMUL
 
 import difflib
 import os
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -39,12 +40,15 @@ SIMULATOR_FILES = {
 }
 TOOLS_FILES = {
     "usr/bin/spdm-report": PROGRAM,
+    "usr/bin/spdm-run": PROGRAM,
     "usr/share/bash-completion/completions/spdm-report": DATA,
+    "usr/share/bash-completion/completions/spdm-run": DATA,
     "usr/share/doc/spdm-tools/changelog.gz": DATA,
     "usr/share/doc/spdm-tools/copyright": DATA,
     "usr/share/doc/spdm-tools/report.md": DATA,
     "usr/share/doc/spdm-tools/report.schema.json": DATA,
     "usr/share/man/man1/spdm-report.1.gz": DATA,
+    "usr/share/man/man1/spdm-run.1.gz": DATA,
 }
 # The client must not need them.
 TOOLS_LIBRARIES = ("libfmt", "libpugixml", "libzstd", "zlib1g")
@@ -123,6 +127,18 @@ def check_report(prefix):
     assert done.stdout.startswith("✗ failed  CPU-2-B007 (EID 12)  ReAuthenticate: Failed  -:"), done.stdout
 
 
+def check_run(prefix):
+    """The installed spdm-run finds the installed client, and the device that fails."""
+    with Bench(prefix / "bin/spdm-client", prefix / "bin/spdm-simulator") as bench:
+        bench.start_simulator(prefix / "share/spdm-simulator/fleets/bench.json")
+        client = shlex.join([*exe_wrapper(), str(prefix / "bin/spdm-client")])
+        command = [prefix / "bin/spdm-run", "properties", "--quiet", "--output", bench.folder / "out", "--client", client]
+        process = bench.start(command)
+        process.read_to_end()
+        assert (process.wait(), process.stderr()) == (1, ""), process.stderr()
+        assert "✗ failed  CPU-2-B007 (EID 12)  ReAuthenticate: Failed  " in process.seen, process.seen
+
+
 def main():
     if len(sys.argv) != 4:
         sys.exit(__doc__)
@@ -145,11 +161,12 @@ def main():
             check_folders(alone)
             check_owners(package)
             unpack(package, folder)
-        for program in ("spdm-client", "spdm-simulator", "spdm-report"):
+        for program in ("spdm-client", "spdm-simulator", "spdm-report", "spdm-run"):
             page = folder / f"usr/share/man/man1/{program}.1.gz"
             check_manual(page, f"{program.upper()}(1)", field(client, "Version"))
         check_programs(folder / "usr")
         check_report(folder / "usr")
+        check_run(folder / "usr")
 
 
 if __name__ == "__main__":
