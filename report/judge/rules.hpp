@@ -9,7 +9,7 @@
 namespace report
 {
 
-/// What the rules for a call ask. `test` and `structure` are null where there is none.
+/// What the rules for a call ask. `test` and `checked` are null where there is none.
 struct CallFacts
 {
     const Call& call;
