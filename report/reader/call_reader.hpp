@@ -38,6 +38,7 @@ class CallReader
     {
         return step.has_value();
     }
+    bool awaits_rest_of_line() const { return !broken.empty(); }
     bool awaits_authentication() const
     {
         return authentication != none;

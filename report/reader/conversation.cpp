@@ -120,6 +120,11 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
     {
         return;
     }
+    const auto frame = shape == Shape::known || shape == Shape::blank;
+    if (frame && broken_row.empty() && !calls.awaits_rest_of_line())
+    {
+        return; // A third of all lines: no reader would use it.
+    }
     if (!says_nothing(shape))
     {
         measurements.close();
@@ -130,8 +135,8 @@ void Conversation::line(Line number, std::string_view text, const Recognised& re
         calls.close();
     }
     if (start_line(shape) || menu_line(shape) || device_line(shape, text, rest) ||
-        calls.line(shape, text, rest) || suite.line(shape, text, rest) || shape == Shape::known ||
-        shape == Shape::blank || shape == Shape::categories_begin)
+        calls.line(shape, text, rest) || suite.line(shape, text, rest) || frame ||
+        shape == Shape::categories_begin)
     {
         return;
     }
