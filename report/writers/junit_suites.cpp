@@ -157,11 +157,11 @@ class Names
     std::string unique(const std::string& class_name, const std::string& name)
     {
         auto candidate = name;
-        auto& times = seen[class_name + '\0' + name];
+        auto& times = seen[key(class_name, name)];
         while (++times > 1)
         {
             candidate = fmt::format("{} ({})", name, times);
-            if (seen.try_emplace(class_name + '\0' + candidate, 1).second)
+            if (seen.try_emplace(key(class_name, candidate), 1).second)
             {
                 break;
             }
@@ -170,6 +170,11 @@ class Names
     }
 
   private:
+    static std::string key(std::string class_name, const std::string& name)
+    {
+        return class_name.append(1, '\0').append(name);
+    }
+
     std::unordered_map<std::string, std::uint64_t> seen;
 };
 
