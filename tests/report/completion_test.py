@@ -1,38 +1,22 @@
 #!/usr/bin/env python3
-"""What bash would complete. Called as: FILE COMPLETION REPORT"""
+"""What bash would complete for spdm-report. Called as: FILE COMPLETION REPORT"""
 
+import functools
 import os
 import re
-import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
 import corpus  # noqa: F401, for the path to the harness
-from harness import exe_wrapper
+import completion
 
 COMPLETION, REPORT = (os.path.abspath(argument) for argument in sys.argv[1:])
 
-# As bash calls it for the words typed so far.
-ASK = """
-set -u
-source "$0"
-COMP_WORDS=(spdm-report "$@")
-COMP_CWORD=$#
-"$(complete -p spdm-report | sed 's/.*-F \\([^ ]*\\).*/\\1/')"
-[ ${#COMPREPLY[@]} = 0 ] || printf '%s\\n' "${COMPREPLY[@]}"
-"""
-
-
-def offered(*words):
-    done = subprocess.run(["bash", "--norc", "-c", ASK, COMPLETION, *words], capture_output=True, text=True, check=True)
-    assert not done.stderr, done.stderr
-    return sorted(done.stdout.splitlines())
-
 
 def main():
-    usage = subprocess.run([*exe_wrapper(), REPORT, "--help"], capture_output=True, text=True, check=True).stdout
-    options = sorted(set(re.findall(r"^  (?:-h, )?(--[a-z-]+)", usage, re.MULTILINE)))
+    offered = functools.partial(completion.offered, COMPLETION, "spdm-report")
+    usage, options = completion.usage_of(REPORT)
     assert offered("--") == options, offered("--")
     assert offered("a.txt", "--j") == ["--jobs", "--json", "--junit"]
 

@@ -1,6 +1,7 @@
 // The order of an operation's steps, and its readings of the clock: wrappers of the functions of the bus library and
 // of the C library record each step, then call the real function.
 
+#include "another_bus_error.hpp"
 #include "name_of.hpp"
 #include "operations/certificates.hpp"
 #include "operations/measurements.hpp"
@@ -204,27 +205,6 @@ TEST_P(MethodCallSteps, FailAtAnyStandardException)
     ASSERT_FALSE(console.flushed().empty());
     EXPECT_EQ(console.flushed().back(), GetParam().complaint);
 }
-
-/// One of the binding's errors, but not the one that it raises today.
-struct AnotherBusError : sdbusplus::exception::exception
-{
-    const char* name() const noexcept override
-    {
-        return "test.Error.Another";
-    }
-    const char* description() const noexcept override
-    {
-        return "another bus error";
-    }
-    int get_errno() const noexcept override
-    {
-        return EIO;
-    }
-    const char* what() const noexcept override
-    {
-        return "test.Error.Another: another bus error";
-    }
-};
 
 TEST_P(MethodCallSteps, FailAtAnyBusError)
 {

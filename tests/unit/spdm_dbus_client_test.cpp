@@ -1,3 +1,4 @@
+#include "another_bus_error.hpp"
 #include "monitor/spdm_dbus_client.hpp"
 #include "private_bus.hpp"
 #include "raw_bus.hpp"
@@ -160,26 +161,6 @@ TEST_F(Monitor, RunsOnIfItsThreadIsQuickerThanItsStarter)
     EXPECT_GT(waits, 0) << "the thread has ended at its first turn";
     monitor.stop_monitor();
 }
-
-struct AnotherBusError : sdbusplus::exception::exception
-{
-    const char* name() const noexcept override
-    {
-        return "test.Error.Another";
-    }
-    const char* description() const noexcept override
-    {
-        return "another bus error";
-    }
-    int get_errno() const noexcept override
-    {
-        return EIO;
-    }
-    const char* what() const noexcept override
-    {
-        return "test.Error.Another: another bus error";
-    }
-};
 
 TEST_F(Monitor, EndsAtAnyBusError)
 {
