@@ -38,7 +38,10 @@ class CallReader
     {
         return step.has_value();
     }
-    bool awaits_rest_of_line() const { return !broken.empty(); }
+    bool awaits_rest_of_line() const
+    {
+        return !broken.empty();
+    }
     bool awaits_authentication() const
     {
         return authentication != none;
