@@ -29,7 +29,7 @@ Judges what spdm-client printed. Without an output option prints a summary.
   --metrics FILE   write verdicts and call times for Prometheus
   --fail-on LIST   what makes the exit status 1, separated by commas: failed,
                    error, incomplete, deviation; all by default
-  --jobs N         read so many inputs at the same time; 1 by default
+  --jobs N         inputs read at the same time; 1 by default
   --version        print the version
   -h, --help       print this text
 

@@ -184,14 +184,14 @@ class Results
     std::uint64_t incomplete = 0;
 };
 
-/// The inputs that the arguments name. What cannot be found is told, and left out.
+/// The inputs that the arguments name. What cannot be found is reported, and left out.
 std::vector<Input> find_what_there_is(const std::vector<std::string>& arguments, Results& results)
 {
     try
     {
         return find_inputs(arguments);
     }
-    catch (const InputError&) // Told below, together with all others.
+    catch (const InputError&) // Reported below, together with all others.
     {}
     std::vector<std::string> found;
     for (const std::string& argument : arguments)
@@ -303,7 +303,7 @@ class Job
     std::vector<char> buffer;
 };
 
-/// Reads all inputs with so many jobs, of which this thread is one.
+/// Reads all inputs with that number of jobs, of which this thread is one.
 void read_all(const std::vector<Input>& inputs, unsigned jobs, Results& results)
 {
     InTurn in_turn(held_by_a_job * jobs, [&](Piece&& piece) { results.take(piece); });

@@ -265,7 +265,7 @@ struct Contradiction
     std::string text;
 };
 
-/// What run.json tells of the conversation.
+/// A conversation's circumstances, from run.json.
 struct Circumstances
 {
     std::string started; ///< RFC 3339, empty where unknown.

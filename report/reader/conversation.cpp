@@ -283,7 +283,7 @@ bool Conversation::device_row(std::string_view text)
     {
         return false;
     }
-    // Right-aligned in 15: an XMID's own leading blanks cannot be told from the padding.
+    // Right-aligned in 15: an XMID's own leading blanks look like padding.
     xmid->remove_prefix(std::min(xmid->find_first_not_of(' '), xmid->size()));
     context.devices.table_row(*index, keys_in_table ? std::nullopt : eid, *xmid, path,
                               context.number);

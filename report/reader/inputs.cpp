@@ -87,7 +87,7 @@ std::string_view file_name_of(std::string_view path)
     return path.substr(path.rfind('/') + 1);
 }
 
-/// Without symbolic links, or as it is where that cannot be told.
+/// Without symbolic links, or as it is where they cannot be followed.
 std::string real_path(const std::string& folder)
 {
     std::error_code error;

@@ -41,7 +41,7 @@ class MonitorReader
     Context& context;
     bool running = false;
     Line begun = 0;                ///< Where the signal's lines begin.
-    std::string_view begun_member; ///< Of a signal that was announced and has told nothing yet.
+    std::string_view begun_member; ///< Of a signal whose head has come, but not its value.
     Index device = none;           ///< The first that the signal names.
     bool in_properties = false;
     bool any_property = false;

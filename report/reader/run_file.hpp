@@ -8,7 +8,7 @@
 namespace report
 {
 
-/// What run.json tells of the conversation in the transcript beside it.
+/// The circumstances that run.json has of the transcript beside it.
 struct RunFile
 {
     std::string controller; ///< Empty where it does not say.
